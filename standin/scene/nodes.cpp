@@ -1,0 +1,240 @@
+#include "scene/nodes.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "scene/host.h"
+#include "xsi_string.h"
+
+namespace standin {
+
+// ---- parameters
+
+CValue ParameterNode::ValueAt(double frame) const {
+    if (curve && !isFCurveParameter) {
+        double v = curve->curve.Eval(frame);
+        switch (type) {
+            case CValue::siBool: return CValue(v != 0.0);
+            case CValue::siInt4: case CValue::siInt2: case CValue::siInt1: case CValue::siUInt1: case CValue::siUInt2:
+            case CValue::siUInt4: return CValue(static_cast<LONG>(std::lround(v)));
+            default: return CValue(v);
+        }
+    }
+    return value;
+}
+
+bool ParameterNode::Assign(const CValue& v) {
+    if (isFCurveParameter) return false;
+    if (type == CValue::siEmpty) {
+        value = v;
+        return true;
+    }
+    if (type == CValue::siString) {
+        value = CValue(v.GetAsText());
+        return true;
+    }
+    if (v.IsEmpty()) return false;
+    CValue converted(v);
+    converted.ChangeType(type);
+    if (converted.m_t != type) return false;
+    if (type != CValue::siBool) {
+        double d = static_cast<double>(converted);
+        if (!min.IsEmpty() && d < static_cast<double>(min)) converted = min, converted.ChangeType(type);
+        if (!max.IsEmpty() && d > static_cast<double>(max)) converted = max, converted.ChangeType(type);
+    }
+    value = converted;
+    return true;
+}
+
+void ParameterNode::Children(std::vector<Object*>&) const {}
+
+ParameterNode* ProjectItemNode::FindParam(const std::wstring& scriptName) const {
+    for (const auto& p : params)
+        if (p->name == scriptName) return p.get();
+    return nullptr;
+}
+
+ParameterNode* ProjectItemNode::AddParam(const std::wstring& scriptName) {
+    auto p = Make<ParameterNode>();
+    p->name = scriptName;
+    p->parent = this;
+    params.push_back(p);
+    return p.get();
+}
+
+void ProjectItemNode::Children(std::vector<Object*>& out) const {
+    for (const auto& p : params) out.push_back(p.get());
+}
+
+void SceneItemNode::Children(std::vector<Object*>& out) const {
+    ProjectItemNode::Children(out);
+    for (const auto& p : properties) out.push_back(p.get());
+}
+
+std::wstring SceneItemNode::UniquePropertyName(const std::wstring& base) const {
+    auto used = [&](const std::wstring& n) {
+        return std::any_of(properties.begin(), properties.end(), [&](const auto& p) { return p->name == n; });
+    };
+    if (!used(base)) return base;
+    for (int i = 1;; ++i)
+        if (!used(base + std::to_wstring(i))) return base + std::to_wstring(i);
+}
+
+// ---- objects and transforms
+
+X3DNode* KinematicStateNode::Owner() const { return parent ? static_cast<X3DNode*>(parent->parent) : nullptr; }
+
+void KinematicsNode::Children(std::vector<Object*>& out) const {
+    ProjectItemNode::Children(out);
+    out.push_back(globalState.get());
+    out.push_back(localState.get());
+}
+
+std::wstring X3DNode::TypeName() const {
+    if (cls == XSI::siModelID) return L"#model";
+    if (primitive) return primitive->type;
+    return L"null";
+}
+
+void X3DNode::Children(std::vector<Object*>& out) const {
+    SceneItemNode::Children(out);
+    if (kine) out.push_back(kine.get());
+    if (primitive) out.push_back(primitive.get());
+    for (const auto& c : children) out.push_back(c.get());
+}
+
+MATH::CTransformation X3DNode::LocalAt(double frame) const {
+    if (localKeys.empty()) return local;
+    auto it = localKeys.upper_bound(frame);
+    if (it == localKeys.begin()) return it->second;
+    return std::prev(it)->second;
+}
+
+MATH::CTransformation X3DNode::GlobalAt(double frame) const {
+    MATH::CTransformation t = LocalAt(frame);
+    if (auto* p = dynamic_cast<X3DNode*>(parent)) {
+        MATH::CTransformation g;
+        g.Mul(t, p->GlobalAt(frame));
+        return g;
+    }
+    return t;
+}
+
+// ---- geometry
+
+std::wstring GeometryNode::FullName() const { return parent ? parent->FullName() : name; }
+
+PrimitiveNode* GeometryNode::Primitive() const { return static_cast<PrimitiveNode*>(parent); }
+
+LONG PolyMeshNode::ComponentCount(const std::wstring& t) const {
+    if (t == L"pnt") return mesh.VertexCount();
+    if (t == L"poly") return mesh.PolygonCount();
+    if (t == L"edge") return mesh.EdgeCount();
+    if (t == L"sample") return mesh.SampleCount();
+    return -1;
+}
+
+bool PolyMeshNode::ComponentExists(LONG cls, LLONG index) const {
+    if (index < 0) return false;
+    switch (cls) {
+        case XSI::siVertexID: case XSI::siPointID: return index < mesh.VertexCount();
+        case XSI::siEdgeID: case XSI::siSegmentID: return index < mesh.EdgeCount();
+        case XSI::siPolygonFaceID: case XSI::siFacetID: return index < mesh.PolygonCount();
+        case XSI::siSampleID: return index < mesh.SampleCount();
+        default: return false;
+    }
+}
+
+std::wstring PolyMeshNode::ComponentText(LONG cls, LLONG index) const {
+    const wchar_t* kind = L"pnt";
+    switch (cls) {
+        case XSI::siEdgeID: case XSI::siSegmentID: kind = L"edge"; break;
+        case XSI::siPolygonFaceID: case XSI::siFacetID: kind = L"poly"; break;
+        case XSI::siSampleID: kind = L"sample"; break;
+        default: break;
+    }
+    const Object* owner = parent ? parent->parent : nullptr;  // the 3D object
+    std::wstring base = owner ? owner->FullName() : FullName();
+    return base + L"." + kind + L"[" + std::to_wstring(index) + L"]";
+}
+
+void PrimitiveNode::Children(std::vector<Object*>& out) const {
+    ProjectItemNode::Children(out);
+    for (const auto& c : clusters) out.push_back(c.get());
+}
+
+void PrimitiveNode::MarkDeleted() {
+    // The geometry has no path of its own, so it is not among the children; it dies too.
+    if (geometry) geometry->MarkDeleted();
+    ProjectItemNode::MarkDeleted();
+}
+
+std::wstring PrimitiveNode::UniqueClusterName(const std::wstring& base) const {
+    auto used = [&](const std::wstring& n) {
+        return std::any_of(clusters.begin(), clusters.end(), [&](const auto& c) { return c->name == n; });
+    };
+    if (!used(base)) return base;
+    for (int i = 1;; ++i)
+        if (!used(base + std::to_wstring(i))) return base + std::to_wstring(i);
+}
+
+// ---- contexts and automation objects
+
+CValue ContextNode::Attribute(const std::wstring& key) const {
+    for (const auto& [k, v] : attributes)
+        if (k == key) return v;
+    return CValue();
+}
+
+void ContextNode::SetAttribute(const std::wstring& key, const CValue& v) {
+    for (auto& [k, old] : attributes)
+        if (k == key) {
+            old = v;
+            return;
+        }
+    attributes.emplace_back(key, v);
+}
+
+XSI::CStatus ComValueNode::Invoke(const std::wstring& member, LONG, const XSI::CValueArray&, CValue& ret) {
+    if (member == L"Value") {
+        ret = value;
+        return XSI::CStatus::OK;
+    }
+    if (member == L"Name") {
+        ret = CValue(XSI::CString(name.c_str()));
+        return XSI::CStatus::OK;
+    }
+    return XSI::CStatus::MemberNotFound;
+}
+
+void ComCollectionNode::Add(const std::wstring& key, const CValue& v) {
+    auto item = Make<ComValueNode>();
+    item->name = key;
+    item->value = v;
+    items.push_back(item);
+}
+
+XSI::CStatus ComCollectionNode::Invoke(const std::wstring& member, LONG, const XSI::CValueArray& args, CValue& ret) {
+    if (member == L"Count") {
+        ret = CValue(static_cast<LONG>(items.size()));
+        return XSI::CStatus::OK;
+    }
+    if (member != L"Item") return XSI::CStatus::MemberNotFound;
+    if (args.GetCount() < 1) return XSI::CStatus::InvalidArgument;
+    const CValue& key = args[0];
+    if (key.m_t == CValue::siString) {
+        std::wstring k = key.GetAsText().GetWideString();
+        for (const auto& it : items)
+            if (it->name == k) {
+                ret = CValue(XSI::Host::RefOf(it.get()));
+                return XSI::CStatus::OK;
+            }
+        return XSI::CStatus::InvalidArgument;
+    }
+    LONG i = static_cast<LONG>(key);
+    if (i < 0 || i >= static_cast<LONG>(items.size())) return XSI::CStatus::InvalidArgument;
+    ret = CValue(XSI::Host::RefOf(items[static_cast<size_t>(i)].get()));
+    return XSI::CStatus::OK;
+}
+
+}  // namespace standin

@@ -1,0 +1,265 @@
+// The scene's objects as the stand-in keeps them.
+//
+// Every node derives from XSI::Host::Object so that a CRef can name it. The
+// tree owns nodes through Ptr; `parent` is the physical parent in that tree.
+// Geometry components (vertices, edges, polygons, samples) are not nodes: a
+// CRef names them as (geometry node, component class, index).
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "anim/fcurve.h"
+#include "core/object.h"
+#include "mesh/polymesh.h"
+#include "ui/layout.h"
+#include "xsi_transformation.h"
+#include "xsi_value.h"
+
+namespace standin {
+
+using XSI::CRef;
+using XSI::CValue;
+using XSI::siClassID;
+using XSI::Host::Object;
+using XSI::Host::Ptr;
+using XSI::Host::Make;
+namespace MATH = XSI::MATH;
+
+struct FCurveNode : Object {
+    FCurve curve;
+    siClassID ClassID() const override { return XSI::siFCurveID; }
+};
+
+struct ParameterNode : Object {
+    std::wstring label, description;
+    CValue::DataType type = CValue::siEmpty;
+    LONG caps = 0;
+    CValue def, min, max, softMin, softMax;
+    CValue value;
+    // The curve an FCurve parameter holds as its value, or the animation of a numeric one.
+    Ptr<FCurveNode> curve;
+    bool isFCurveParameter = false;
+
+    siClassID ClassID() const override { return XSI::siParameterID; }
+    // The value at a frame: the animation when there is one, else the static value.
+    CValue ValueAt(double frame) const;
+    // Converts `v` to the parameter's type and clamps it to its range; false when it cannot.
+    bool Assign(const CValue& v);
+    void Children(std::vector<Object*>& out) const override;
+};
+
+// Anything with parameters.
+struct ProjectItemNode : Object {
+    std::vector<Ptr<ParameterNode>> params;
+
+    ParameterNode* FindParam(const std::wstring& scriptName) const;
+    ParameterNode* AddParam(const std::wstring& scriptName);
+    void Children(std::vector<Object*>& out) const override;
+};
+
+// Anything that owns properties.
+struct SceneItemNode : ProjectItemNode {
+    std::vector<Ptr<ProjectItemNode>> properties;
+    void Children(std::vector<Object*>& out) const override;
+    // A name not yet used by a property here: `base`, else base + "1", base + "2" ...
+    std::wstring UniquePropertyName(const std::wstring& base) const;
+};
+
+struct X3DNode;
+
+struct KinematicStateNode : ParameterNode {
+    bool global = false;
+    siClassID ClassID() const override { return XSI::siKinematicStateID; }
+    X3DNode* Owner() const;
+};
+
+struct KinematicsNode : ProjectItemNode {
+    Ptr<KinematicStateNode> globalState, localState;
+    siClassID ClassID() const override { return XSI::siKinematicsID; }
+    std::wstring TypeName() const override { return L"kine"; }
+    void Children(std::vector<Object*>& out) const override;
+};
+
+struct PrimitiveNode;
+
+struct X3DNode : SceneItemNode {
+    siClassID cls = XSI::siX3DObjectID;
+    std::vector<Ptr<X3DNode>> children;
+    Ptr<KinematicsNode> kine;
+    Ptr<PrimitiveNode> primitive;
+    MATH::CTransformation local;
+    // Keyed local transforms by frame; between keys the transform is held from the key before.
+    std::map<double, MATH::CTransformation> localKeys;
+
+    siClassID ClassID() const override { return cls; }
+    std::wstring TypeName() const override;
+    void Children(std::vector<Object*>& out) const override;
+    MATH::CTransformation LocalAt(double frame) const;
+    MATH::CTransformation GlobalAt(double frame) const;
+    bool IsRoot() const { return parent == nullptr; }
+};
+
+struct ModelNode : X3DNode {
+    ModelNode() { cls = XSI::siModelID; }
+};
+
+struct ClusterNode;
+
+// The geometry of a primitive; its full name is the primitive's.
+struct GeometryNode : Object {
+    std::wstring FullName() const override;
+    PrimitiveNode* Primitive() const;
+    // Number of points (vertices for meshes).
+    virtual LONG PointCount() const = 0;
+    // Number of elements of a cluster type ("pnt", "poly", "edge", "sample"); -1 when not supported.
+    virtual LONG ComponentCount(const std::wstring& clusterType) const = 0;
+};
+
+struct PolyMeshNode : GeometryNode {
+    mesh::PolyMesh mesh;
+    explicit PolyMeshNode(mesh::PolyMesh m) : mesh(std::move(m)) {}
+    siClassID ClassID() const override { return XSI::siPolygonMeshID; }
+    std::wstring TypeName() const override { return L"polymsh"; }
+    LONG PointCount() const override { return mesh.VertexCount(); }
+    LONG ComponentCount(const std::wstring& clusterType) const override;
+    bool ComponentExists(LONG cls, LLONG index) const override;
+    std::wstring ComponentText(LONG cls, LLONG index) const override;
+};
+
+struct PrimitiveNode : ProjectItemNode {
+    std::wstring type;  // "polymsh", "crvlist", "surfmsh", "hair"
+    siClassID cls = XSI::siPrimitiveID;
+    Ptr<GeometryNode> geometry;
+    std::vector<Ptr<ClusterNode>> clusters;
+
+    siClassID ClassID() const override { return cls; }
+    std::wstring TypeName() const override { return type; }
+    std::wstring PathSegment() const override { return type; }
+    void Children(std::vector<Object*>& out) const override;
+    void MarkDeleted() override;
+    X3DNode* Owner() const { return static_cast<X3DNode*>(parent); }
+    std::wstring UniqueClusterName(const std::wstring& base) const;
+};
+
+struct ClusterNode : SceneItemNode {
+    std::wstring type;  // "pnt", "poly", "edge", "sample"
+    std::vector<LONG> elements;
+    bool alwaysComplete = false;
+
+    siClassID ClassID() const override { return XSI::siClusterID; }
+    std::wstring TypeName() const override { return type; }
+    std::wstring PathSegment() const override { return L"cls." + name; }
+    PrimitiveNode* Primitive() const { return static_cast<PrimitiveNode*>(parent); }
+};
+
+struct ClusterPropertyNode : ProjectItemNode {
+    std::wstring type;  // "wtmap", "uvspace"
+    LONG valueSize = 1;
+    std::vector<double> values;
+
+    siClassID ClassID() const override { return XSI::siClusterPropertyID; }
+    std::wstring TypeName() const override { return type; }
+    ClusterNode* Cluster() const { return dynamic_cast<ClusterNode*>(parent); }
+};
+
+struct CustomPropertyNode : ProjectItemNode {
+    std::wstring type;  // the registered property name, or "customparamset"
+    Layout layout;
+    bool pageOpen = false;
+
+    siClassID ClassID() const override { return XSI::siCustomPropertyID; }
+    std::wstring TypeName() const override { return type; }
+};
+
+struct UserDataBlobNode : ProjectItemNode {
+    std::vector<unsigned char> bytes;
+    siClassID ClassID() const override { return XSI::siUserDataBlobID; }
+    std::wstring TypeName() const override { return L"UserDataBlob"; }
+};
+
+// The host's page layout object for one property, and one item of it.
+struct LayoutNode : Object {
+    Ptr<CustomPropertyNode> owner;
+    siClassID ClassID() const override { return XSI::siPPGLayoutID; }
+};
+
+struct LayoutItemNode : Object {
+    Ptr<CustomPropertyNode> owner;
+    size_t index = 0;
+    siClassID ClassID() const override { return XSI::siPPGItemID; }
+};
+
+// Callback contexts: attributes by name, a source, and the user data slot.
+struct ContextNode : Object {
+    siClassID cls = XSI::siContextID;
+    CRef source;
+    std::vector<std::pair<std::wstring, CValue>> attributes;
+    CValue userData;
+    LONG eventID = 0;
+
+    siClassID ClassID() const override { return cls; }
+    CValue Attribute(const std::wstring& key) const;
+    void SetAttribute(const std::wstring& key, const CValue& v);
+};
+
+struct ArgumentNode : Object {
+    CValue value;  // the default, or the value when the command runs
+    std::wstring handler;
+    bool objectArgument = false;
+    siClassID ClassID() const override { return XSI::siArgumentID; }
+};
+
+struct CommandNode : Object {
+    std::wstring description, tooltip;
+    std::map<LONG, bool> flags;
+    bool returnValue = false;
+    std::vector<Ptr<ArgumentNode>> arguments;
+    bool initialised = false;
+    siClassID ClassID() const override { return XSI::siCommandID; }
+};
+
+struct MenuItemNode : Object {
+    siClassID cls = XSI::siMenuItemID;
+    XSI::siMenuItemStyle style = XSI::siMenuItem;
+    std::wstring command, callback;
+    bool enabled = true;
+    std::vector<Ptr<MenuItemNode>> items;  // for menus and sub-menus
+
+    siClassID ClassID() const override { return cls; }
+};
+
+struct PluginRegistrarNode : Object {
+    size_t plugin = 0;  // index into Host::Plugins()
+    CValue userData;
+    siClassID ClassID() const override { return XSI::siPluginRegistrarID; }
+};
+
+struct PluginItemNode : Object {
+    siClassID ClassID() const override { return XSI::siPluginItemID; }
+};
+
+// Singletons behind the object model's service classes.
+struct ServiceNode : Object {
+    siClassID cls;
+    explicit ServiceNode(siClassID c, std::wstring n) : cls(c) { name = std::move(n); }
+    siClassID ClassID() const override { return cls; }
+    XSI::CStatus Invoke(const std::wstring& member, LONG flags, const XSI::CValueArray& args, CValue& ret) override;
+};
+
+// Automation results: a named collection of values (the outputs of a pick) and one named value.
+struct ComValueNode : Object {
+    CValue value;
+    siClassID ClassID() const override { return XSI::siComAPIObjectID; }
+    XSI::CStatus Invoke(const std::wstring& member, LONG flags, const XSI::CValueArray& args, CValue& ret) override;
+};
+
+struct ComCollectionNode : Object {
+    std::vector<Ptr<ComValueNode>> items;
+    siClassID ClassID() const override { return XSI::siComAPIObjectID; }
+    XSI::CStatus Invoke(const std::wstring& member, LONG flags, const XSI::CValueArray& args, CValue& ret) override;
+    void Add(const std::wstring& key, const CValue& v);
+};
+
+}  // namespace standin

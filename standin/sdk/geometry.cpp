@@ -1,0 +1,696 @@
+// Geometry of the object model: primitives, polygon meshes and their components, clusters
+// and cluster properties. Components are references (geometry, class, index); the mesh
+// answers every query from its topology arrays.
+#include "scene/host_impl.h"
+#include "sdk/wrap.h"
+#include "xsi_cluster.h"
+#include "xsi_clusterproperty.h"
+#include "xsi_hairprimitive.h"
+#include "xsi_nurbscurvelist.h"
+#include "xsi_nurbssurfacemesh.h"
+#include "xsi_polygonmesh.h"
+#include "xsi_primitive.h"
+
+using namespace XSI;
+using namespace standin;
+
+namespace {
+
+PolyMeshNode* MeshOf(const CRef& component) {
+    if (!component.IsValid()) return nullptr;
+    return dynamic_cast<PolyMeshNode*>(component.GetHostObject());
+}
+
+int32_t IndexOf(const CRef& component) { return static_cast<int32_t>(component.GetComponentIndex()); }
+
+// Fills `out` with references to the components `indices` of class `cls` of `mesh`.
+template <class Array>
+Array Components(PolyMeshNode* mesh, siClassID cls, const std::vector<int32_t>& indices) {
+    Array out;
+    out.Reserve(static_cast<LONG>(indices.size()));
+    for (int32_t i : indices) out.Add(CRef::FromHost(mesh, cls, i));
+    return out;
+}
+
+template <class Array>
+Array AllComponents(PolyMeshNode* mesh, siClassID cls, int32_t count) {
+    Array out;
+    if (!mesh) return out;
+    out.Reserve(count);
+    for (int32_t i = 0; i < count; ++i) out.Add(CRef::FromHost(mesh, cls, i));
+    return out;
+}
+
+thread_local std::vector<int32_t> t_scratch;
+
+// Indices of the items of a component array that belong to one mesh (the first item's).
+PolyMeshNode* SharedMesh(const CRefArray& items, std::vector<int32_t>& indices) {
+    indices.clear();
+    PolyMeshNode* mesh = nullptr;
+    for (LONG i = 0; i < items.GetCount(); ++i) {
+        PolyMeshNode* m = MeshOf(items[i]);
+        if (!m) continue;
+        if (!mesh) mesh = m;
+        if (m == mesh) indices.push_back(IndexOf(items[i]));
+    }
+    return mesh;
+}
+
+std::vector<int32_t> Grow(PolyMeshNode* mesh, siClassID from, const std::vector<int32_t>& seeds, siClassID to,
+                          LONG distance) {
+    std::vector<int32_t> out, part;
+    if (!mesh || seeds.empty()) return out;
+    const mesh::PolyMesh& m = mesh->mesh;
+    if (from == siPolygonFaceID && to == siVertexID) {
+        m.PolygonsNeighborVertices(seeds, distance, out);
+        return out;
+    }
+    // Union of each seed's neighbourhood, in order of first appearance.
+    std::vector<char> seen;
+    auto total = to == siVertexID ? m.VertexCount() : to == siEdgeID ? m.EdgeCount() : m.PolygonCount();
+    seen.assign(static_cast<size_t>(total), 0);
+    for (int32_t s : seeds) {
+        if (from == siVertexID) {
+            if (to == siVertexID) m.VertexNeighborVertices(s, distance, part);
+            else if (to == siEdgeID) m.VertexNeighborEdges(s, distance, part);
+            else m.VertexNeighborPolygons(s, distance, part);
+        } else if (from == siEdgeID) {
+            if (to == siVertexID) m.EdgeNeighborVertices(s, distance, part);
+            else if (to == siEdgeID) m.EdgeNeighborEdges(s, distance, part);
+            else m.EdgeNeighborPolygons(s, distance, part);
+        } else {
+            if (to == siEdgeID) m.PolygonNeighborEdges(s, distance, part);
+            else m.PolygonNeighborPolygons(s, distance, part);
+        }
+        for (int32_t x : part)
+            if (!seen[static_cast<size_t>(x)]) {
+                seen[static_cast<size_t>(x)] = 1;
+                out.push_back(x);
+            }
+    }
+    return out;
+}
+
+}  // namespace
+
+namespace XSI {
+
+// ---- Primitive and Geometry
+
+XSI_WRAPPER(Primitive, siPrimitiveID)
+XSI_WRAPPER(HairPrimitive, siHairPrimitiveID)
+XSI_WRAPPER(Geometry, siGeometryID)
+XSI_WRAPPER(PolygonMesh, siPolygonMeshID)
+
+Geometry Primitive::GetGeometry(double) const {
+    auto* p = NodeOf<PrimitiveNode>(m_ref);
+    return p && p->geometry ? Geometry(XSI::Host::RefOf(p->geometry.get())) : Geometry();
+}
+
+Geometry Primitive::GetGeometry(double time, siConstructionMode) const { return GetGeometry(time); }
+
+CPointRefArray Geometry::GetPoints() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CPointRefArray>(m, siPointID, m ? m->mesh.VertexCount() : 0);
+}
+
+CFacetRefArray Geometry::GetFacets() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CFacetRefArray>(m, siFacetID, m ? m->mesh.PolygonCount() : 0);
+}
+
+CSegmentRefArray Geometry::GetSegments() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CSegmentRefArray>(m, siSegmentID, m ? m->mesh.EdgeCount() : 0);
+}
+
+CSampleRefArray Geometry::GetSamples() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CSampleRefArray>(m, siSampleID, m ? m->mesh.SampleCount() : 0);
+}
+
+CRefArray Geometry::GetClusters() const {
+    CRefArray out;
+    auto* g = NodeOf<GeometryNode>(m_ref);
+    if (g && g->Primitive())
+        for (const auto& c : g->Primitive()->clusters) out.Add(XSI::Host::RefOf(c.get()));
+    return out;
+}
+
+CStatus Geometry::AddCluster(const CString& type, const CString& name, const CLongArray& indices, Cluster& io) {
+    auto* g = NodeOf<GeometryNode>(m_ref);
+    if (!g || !g->Primitive()) return CStatus::InvalidArgument;
+    std::wstring t = W(type);
+    LONG count = g->ComponentCount(t);
+    if (count < 0) {
+        standin::Host::Current().HostError(L"AddCluster: unknown cluster type " + t);
+        return CStatus::InvalidArgument;
+    }
+    auto c = Make<ClusterNode>();
+    c->type = t;
+    PrimitiveNode& prim = *g->Primitive();
+    c->name = prim.UniqueClusterName(SanitizeName(name.IsEmpty() ? CString(L"Cluster").GetWideString() : W(name)));
+    c->parent = &prim;
+    if (indices.GetCount() == 0) {
+        c->alwaysComplete = true;
+        for (LONG i = 0; i < count; ++i) c->elements.push_back(i);
+    } else {
+        for (LONG i = 0; i < indices.GetCount(); ++i) {
+            if (indices[i] < 0 || indices[i] >= count) {
+                standin::Host::Current().HostError(L"AddCluster: index " + std::to_wstring(indices[i]) +
+                                                   L" is outside the geometry");
+                return CStatus::InvalidArgument;
+            }
+            c->elements.push_back(indices[i]);
+        }
+    }
+    prim.clusters.push_back(c);
+    io = Cluster(XSI::Host::RefOf(c.get()));
+    return CStatus::OK;
+}
+
+CStatus Geometry::AddEmptyCluster(const CString& type, const CString& name, Cluster& io) {
+    auto* g = NodeOf<GeometryNode>(m_ref);
+    if (!g || !g->Primitive() || g->ComponentCount(W(type)) < 0) return CStatus::InvalidArgument;
+    auto c = Make<ClusterNode>();
+    c->type = W(type);
+    PrimitiveNode& prim = *g->Primitive();
+    c->name = prim.UniqueClusterName(SanitizeName(name.IsEmpty() ? std::wstring(L"Cluster") : W(name)));
+    c->parent = &prim;
+    prim.clusters.push_back(c);
+    io = Cluster(XSI::Host::RefOf(c.get()));
+    return CStatus::OK;
+}
+
+CVertexRefArray PolygonMesh::GetVertices() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CVertexRefArray>(m, siVertexID, m ? m->mesh.VertexCount() : 0);
+}
+
+CEdgeRefArray PolygonMesh::GetEdges() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CEdgeRefArray>(m, siEdgeID, m ? m->mesh.EdgeCount() : 0);
+}
+
+CPolygonFaceRefArray PolygonMesh::GetPolygons() const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    return AllComponents<CPolygonFaceRefArray>(m, siPolygonFaceID, m ? m->mesh.PolygonCount() : 0);
+}
+
+CStatus PolygonMesh::Get(MATH::CVector3Array& out_vertices, CLongArray& out_polygonData) const {
+    auto* m = NodeOf<PolyMeshNode>(m_ref);
+    if (!m) return CStatus::InvalidArgument;
+    const mesh::PolyMesh& pm = m->mesh;
+    out_vertices.Resize(pm.VertexCount());
+    auto pos = pm.Positions();
+    for (int32_t i = 0; i < pm.VertexCount(); ++i)
+        out_vertices[i].Set(pos[static_cast<size_t>(i)].x, pos[static_cast<size_t>(i)].y, pos[static_cast<size_t>(i)].z);
+    out_polygonData.Clear();
+    for (int32_t p = 0; p < pm.PolygonCount(); ++p) {
+        auto corners = pm.PolygonVertices(p);
+        out_polygonData.Add(static_cast<LONG>(corners.size()));
+        for (int32_t v : corners) out_polygonData.Add(v);
+    }
+    return CStatus::OK;
+}
+
+// ---- Points and vertices
+
+XSI_WRAPPER(Point, siPointID)
+XSI_WRAPPER(Vertex, siVertexID)
+
+LONG Point::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
+
+MATH::CVector3 Point::GetPosition() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return MATH::CVector3();
+    const auto& p = m->mesh.Positions()[static_cast<size_t>(IndexOf(m_ref))];
+    return MATH::CVector3(p.x, p.y, p.z);
+}
+
+CStatus Point::PutPosition(const MATH::CVector3&) { return NotAvailable("Point::PutPosition"); }
+
+MATH::CVector3 Point::GetNormal(bool& io_valid) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    io_valid = m != nullptr;
+    if (!m) return MATH::CVector3();
+    const auto& n = m->mesh.VertexNormals()[static_cast<size_t>(IndexOf(m_ref))];
+    io_valid = n.x != 0.0 || n.y != 0.0 || n.z != 0.0;
+    return MATH::CVector3(n.x, n.y, n.z);
+}
+
+CSampleRefArray Point::GetSamples() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CSampleRefArray();
+    auto s = m->mesh.VertexSamples(IndexOf(m_ref));
+    return Components<CSampleRefArray>(m, siSampleID, std::vector<int32_t>(s.begin(), s.end()));
+}
+
+CLongArray CPointRefArray::GetIndexArray() const {
+    CLongArray out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) out[i] = static_cast<LONG>((*this)[i].GetComponentIndex());
+    return out;
+}
+
+MATH::CVector3Array CPointRefArray::GetPositionArray() const {
+    MATH::CVector3Array out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) {
+        PolyMeshNode* m = MeshOf((*this)[i]);
+        if (!m) continue;
+        const auto& p = m->mesh.Positions()[static_cast<size_t>(IndexOf((*this)[i]))];
+        out[i].Set(p.x, p.y, p.z);
+    }
+    return out;
+}
+
+CStatus CPointRefArray::PutPositionArray(const MATH::CVector3Array& positions) {
+    if (positions.GetCount() != GetCount()) return CStatus::InvalidArgument;
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    if (!m) return CStatus::InvalidArgument;
+    std::vector<mesh::Vec3> pos(m->mesh.Positions().begin(), m->mesh.Positions().end());
+    for (LONG i = 0; i < GetCount(); ++i) {
+        const MATH::CVector3& v = positions[i];
+        pos[static_cast<size_t>(IndexOf((*this)[i]))] = mesh::Vec3{v.GetX(), v.GetY(), v.GetZ()};
+    }
+    m->mesh.SetPositions(pos);
+    return CStatus::OK;
+}
+
+MATH::CVector3Array CPointRefArray::GetNormalArray() const {
+    MATH::CVector3Array out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) {
+        PolyMeshNode* m = MeshOf((*this)[i]);
+        if (!m) continue;
+        const auto& n = m->mesh.VertexNormals()[static_cast<size_t>(IndexOf((*this)[i]))];
+        out[i].Set(n.x, n.y, n.z);
+    }
+    return out;
+}
+
+CVertexRefArray Vertex::GetNeighborVertices(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CVertexRefArray();
+    m->mesh.VertexNeighborVertices(IndexOf(m_ref), d, t_scratch);
+    return Components<CVertexRefArray>(m, siVertexID, t_scratch);
+}
+
+CEdgeRefArray Vertex::GetNeighborEdges(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CEdgeRefArray();
+    m->mesh.VertexNeighborEdges(IndexOf(m_ref), d, t_scratch);
+    return Components<CEdgeRefArray>(m, siEdgeID, t_scratch);
+}
+
+CPolygonFaceRefArray Vertex::GetNeighborPolygons(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CPolygonFaceRefArray();
+    m->mesh.VertexNeighborPolygons(IndexOf(m_ref), d, t_scratch);
+    return Components<CPolygonFaceRefArray>(m, siPolygonFaceID, t_scratch);
+}
+
+bool Vertex::GetIsBoundary() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return false;
+    for (int32_t e : m->mesh.VertexEdges(IndexOf(m_ref)))
+        if (m->mesh.EdgePolygons(e).size() < 2) return true;
+    return false;
+}
+
+CRef CVertexRefArray::GetItem(LONG index) const { return CRefArray::GetItem(index); }
+
+CVertexRefArray CVertexRefArray::GetNeighborVertices(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CVertexRefArray>(m, siVertexID, Grow(m, siVertexID, idx, siVertexID, d));
+}
+
+CEdgeRefArray CVertexRefArray::GetNeighborEdges(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CEdgeRefArray>(m, siEdgeID, Grow(m, siVertexID, idx, siEdgeID, d));
+}
+
+CPolygonFaceRefArray CVertexRefArray::GetNeighborPolygons(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CPolygonFaceRefArray>(m, siPolygonFaceID, Grow(m, siVertexID, idx, siPolygonFaceID, d));
+}
+
+// ---- Segments and edges
+
+XSI_WRAPPER(Segment, siSegmentID)
+XSI_WRAPPER(Edge, siEdgeID)
+
+LONG Segment::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
+
+CPointRefArray Segment::GetPoints() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CPointRefArray();
+    auto [a, b] = m->mesh.EdgeVertices(IndexOf(m_ref));
+    return Components<CPointRefArray>(m, siPointID, {a, b});
+}
+
+CSampleRefArray Segment::GetSamples() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CSampleRefArray();
+    // The samples at the edge's two ends, on every polygon that uses the edge.
+    auto [a, b] = m->mesh.EdgeVertices(IndexOf(m_ref));
+    std::vector<int32_t> out;
+    for (int32_t p : m->mesh.EdgePolygons(IndexOf(m_ref)))
+        for (int32_t s : m->mesh.PolygonSamples(p)) {
+            int32_t v = m->mesh.SampleVertex(s);
+            if (v == a || v == b) out.push_back(s);
+        }
+    return Components<CSampleRefArray>(m, siSampleID, out);
+}
+
+CLongArray CSegmentRefArray::GetIndexArray() const {
+    CLongArray out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) out[i] = static_cast<LONG>((*this)[i].GetComponentIndex());
+    return out;
+}
+
+CVertexRefArray Edge::GetVertices() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CVertexRefArray();
+    auto [a, b] = m->mesh.EdgeVertices(IndexOf(m_ref));
+    return Components<CVertexRefArray>(m, siVertexID, {a, b});
+}
+
+CVertexRefArray Edge::GetNeighborVertices(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CVertexRefArray();
+    m->mesh.EdgeNeighborVertices(IndexOf(m_ref), d, t_scratch);
+    return Components<CVertexRefArray>(m, siVertexID, t_scratch);
+}
+
+CEdgeRefArray Edge::GetNeighborEdges(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CEdgeRefArray();
+    m->mesh.EdgeNeighborEdges(IndexOf(m_ref), d, t_scratch);
+    return Components<CEdgeRefArray>(m, siEdgeID, t_scratch);
+}
+
+CPolygonFaceRefArray Edge::GetNeighborPolygons(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CPolygonFaceRefArray();
+    m->mesh.EdgeNeighborPolygons(IndexOf(m_ref), d, t_scratch);
+    return Components<CPolygonFaceRefArray>(m, siPolygonFaceID, t_scratch);
+}
+
+bool Edge::GetIsBoundary() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    return m && m->mesh.EdgePolygons(IndexOf(m_ref)).size() < 2;
+}
+
+CVertexRefArray CEdgeRefArray::GetNeighborVertices(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CVertexRefArray>(m, siVertexID, Grow(m, siEdgeID, idx, siVertexID, d));
+}
+
+CEdgeRefArray CEdgeRefArray::GetNeighborEdges(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CEdgeRefArray>(m, siEdgeID, Grow(m, siEdgeID, idx, siEdgeID, d));
+}
+
+CPolygonFaceRefArray CEdgeRefArray::GetNeighborPolygons(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CPolygonFaceRefArray>(m, siPolygonFaceID, Grow(m, siEdgeID, idx, siPolygonFaceID, d));
+}
+
+// ---- Facets and polygons
+
+XSI_WRAPPER(Facet, siFacetID)
+XSI_WRAPPER(PolygonFace, siPolygonFaceID)
+
+LONG Facet::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
+
+CPointRefArray Facet::GetPoints() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CPointRefArray();
+    auto c = m->mesh.PolygonVertices(IndexOf(m_ref));
+    return Components<CPointRefArray>(m, siPointID, std::vector<int32_t>(c.begin(), c.end()));
+}
+
+CSegmentRefArray Facet::GetSegments() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CSegmentRefArray();
+    auto e = m->mesh.PolygonEdges(IndexOf(m_ref));
+    return Components<CSegmentRefArray>(m, siSegmentID, std::vector<int32_t>(e.begin(), e.end()));
+}
+
+LONG Facet::GetNbPoints() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    return m ? static_cast<LONG>(m->mesh.PolygonVertices(IndexOf(m_ref)).size()) : 0;
+}
+
+CSampleRefArray Facet::GetSamples() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CSampleRefArray();
+    auto s = m->mesh.PolygonSamples(IndexOf(m_ref));
+    return Components<CSampleRefArray>(m, siSampleID, std::vector<int32_t>(s.begin(), s.end()));
+}
+
+CLongArray CFacetRefArray::GetIndexArray() const {
+    CLongArray out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) out[i] = static_cast<LONG>((*this)[i].GetComponentIndex());
+    return out;
+}
+
+CVertexRefArray PolygonFace::GetVertices() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CVertexRefArray();
+    auto c = m->mesh.PolygonVertices(IndexOf(m_ref));
+    return Components<CVertexRefArray>(m, siVertexID, std::vector<int32_t>(c.begin(), c.end()));
+}
+
+CEdgeRefArray PolygonFace::GetEdges() const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m) return CEdgeRefArray();
+    auto e = m->mesh.PolygonEdges(IndexOf(m_ref));
+    return Components<CEdgeRefArray>(m, siEdgeID, std::vector<int32_t>(e.begin(), e.end()));
+}
+
+CVertexRefArray PolygonFace::GetNeighborVertices(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CVertexRefArray();
+    m->mesh.PolygonNeighborVertices(IndexOf(m_ref), d, t_scratch);
+    return Components<CVertexRefArray>(m, siVertexID, t_scratch);
+}
+
+CEdgeRefArray PolygonFace::GetNeighborEdges(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CEdgeRefArray();
+    m->mesh.PolygonNeighborEdges(IndexOf(m_ref), d, t_scratch);
+    return Components<CEdgeRefArray>(m, siEdgeID, t_scratch);
+}
+
+CPolygonFaceRefArray PolygonFace::GetNeighborPolygons(LONG d) const {
+    PolyMeshNode* m = MeshOf(m_ref);
+    if (!m || d < 1) return CPolygonFaceRefArray();
+    m->mesh.PolygonNeighborPolygons(IndexOf(m_ref), d, t_scratch);
+    return Components<CPolygonFaceRefArray>(m, siPolygonFaceID, t_scratch);
+}
+
+CVertexRefArray CPolygonFaceRefArray::GetNeighborVertices(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CVertexRefArray>(m, siVertexID, Grow(m, siPolygonFaceID, idx, siVertexID, d));
+}
+
+CEdgeRefArray CPolygonFaceRefArray::GetNeighborEdges(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CEdgeRefArray>(m, siEdgeID, Grow(m, siPolygonFaceID, idx, siEdgeID, d));
+}
+
+CPolygonFaceRefArray CPolygonFaceRefArray::GetNeighborPolygons(LONG d) const {
+    std::vector<int32_t> idx;
+    PolyMeshNode* m = SharedMesh(*this, idx);
+    return Components<CPolygonFaceRefArray>(m, siPolygonFaceID, Grow(m, siPolygonFaceID, idx, siPolygonFaceID, d));
+}
+
+MATH::CVector3Array CPolygonFaceRefArray::GetNormalArray() const {
+    MATH::CVector3Array out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) {
+        PolyMeshNode* m = MeshOf((*this)[i]);
+        if (!m) continue;
+        const auto& n = m->mesh.PolygonNormals()[static_cast<size_t>(IndexOf((*this)[i]))];
+        out[i].Set(n.x, n.y, n.z);
+    }
+    return out;
+}
+
+// ---- Samples
+
+XSI_WRAPPER(Sample, siSampleID)
+
+LONG Sample::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
+
+CLongArray CSampleRefArray::GetIndexArray() const {
+    CLongArray out(GetCount());
+    for (LONG i = 0; i < GetCount(); ++i) out[i] = static_cast<LONG>((*this)[i].GetComponentIndex());
+    return out;
+}
+
+// ---- NURBS curves and surfaces come with the stand-in's curve and surface geometry.
+
+XSI_WRAPPER(NurbsCurve, siNurbsCurveID)
+XSI_WRAPPER(NurbsCurveList, siNurbsCurveListID)
+XSI_WRAPPER(NurbsSurfaceMesh, siNurbsSurfaceMeshID)
+
+CStatus NurbsCurve::GetNormalizedUFromU(double, double&) const { return NotAvailable("NurbsCurve::GetNormalizedUFromU"); }
+CStatus NurbsCurve::GetUFromNormalizedU(double, double&) const { return NotAvailable("NurbsCurve::GetUFromNormalizedU"); }
+CStatus NurbsCurve::EvaluatePosition(double, MATH::CVector3&, MATH::CVector3&, MATH::CVector3&, MATH::CVector3&) const {
+    return NotAvailable("NurbsCurve::EvaluatePosition");
+}
+CStatus NurbsCurve::GetLength(double&) const { return NotAvailable("NurbsCurve::GetLength"); }
+CStatus NurbsCurve::GetDegree(LONG&) const { return NotAvailable("NurbsCurve::GetDegree"); }
+CStatus NurbsCurve::GetClosed(bool&) const { return NotAvailable("NurbsCurve::GetClosed"); }
+LONG NurbsCurve::GetIndex() const { return m_ref.IsValid() ? static_cast<LONG>(m_ref.GetComponentIndex()) : -1; }
+CNurbsCurveRefArray NurbsCurveList::GetCurves() const {
+    NotAvailable("NurbsCurveList::GetCurves");
+    return CNurbsCurveRefArray();
+}
+CStatus NurbsCurveList::GetClosestCurvePosition(MATH::CVector3&, LONG&, double&, double&, MATH::CVector3&) const {
+    return NotAvailable("NurbsCurveList::GetClosestCurvePosition");
+}
+CStatus NurbsCurveList::GetLength(double&) const { return NotAvailable("NurbsCurveList::GetLength"); }
+CStatus NurbsCurveList::GetClosed(bool&) const { return NotAvailable("NurbsCurveList::GetClosed"); }
+CStatus NurbsSurfaceMesh::GetClosestSurfacePosition(MATH::CVector3&, LONG&, double&, double&, double&,
+                                                    MATH::CVector3&) const {
+    return NotAvailable("NurbsSurfaceMesh::GetClosestSurfacePosition");
+}
+
+// ---- Clusters and cluster properties
+
+XSI_WRAPPER(Cluster, siClusterID)
+XSI_WRAPPER(ClusterProperty, siClusterPropertyID)
+
+CClusterElementArray::CClusterElementArray() {}
+CClusterElementArray::CClusterElementArray(const CClusterElementArray& other) : m_cluster(other.m_cluster) {}
+CClusterElementArray::~CClusterElementArray() {}
+CClusterElementArray& CClusterElementArray::operator=(const CClusterElementArray& other) {
+    m_cluster = other.m_cluster;
+    return *this;
+}
+
+CLongArray CClusterElementArray::GetArray() const {
+    auto* c = NodeOf<ClusterNode>(m_cluster);
+    CLongArray out;
+    if (!c) return out;
+    out.Resize(static_cast<LONG>(c->elements.size()));
+    std::copy(c->elements.begin(), c->elements.end(), out.GetData());
+    return out;
+}
+
+LONG CClusterElementArray::GetCount() const {
+    auto* c = NodeOf<ClusterNode>(m_cluster);
+    return c ? static_cast<LONG>(c->elements.size()) : 0;
+}
+
+LONG CClusterElementArray::GetItem(LONG index) const {
+    auto* c = NodeOf<ClusterNode>(m_cluster);
+    if (!c || index < 0 || static_cast<size_t>(index) >= c->elements.size()) return -1;
+    return c->elements[static_cast<size_t>(index)];
+}
+
+LONG CClusterElementArray::FindIndex(LONG element) const {
+    auto* c = NodeOf<ClusterNode>(m_cluster);
+    if (!c) return -1;
+    auto it = std::find(c->elements.begin(), c->elements.end(), element);
+    return it == c->elements.end() ? -1 : static_cast<LONG>(it - c->elements.begin());
+}
+
+CClusterElementArray Cluster::GetElements() const {
+    CClusterElementArray out;
+    out.m_cluster = m_ref;
+    return out;
+}
+
+CStatus Cluster::FindIndex(LONG geometryIndex, LONG& out_clusterIndex) const {
+    out_clusterIndex = GetElements().FindIndex(geometryIndex);
+    return out_clusterIndex < 0 ? CStatus::Fail : CStatus::OK;
+}
+
+bool Cluster::IsAlwaysComplete() const {
+    auto* c = NodeOf<ClusterNode>(m_ref);
+    return c && c->alwaysComplete;
+}
+
+CClusterPropertyElementArray::CClusterPropertyElementArray() {}
+CClusterPropertyElementArray::CClusterPropertyElementArray(const CClusterPropertyElementArray& other)
+    : m_property(other.m_property) {}
+CClusterPropertyElementArray::~CClusterPropertyElementArray() {}
+CClusterPropertyElementArray& CClusterPropertyElementArray::operator=(const CClusterPropertyElementArray& other) {
+    m_property = other.m_property;
+    return *this;
+}
+
+CDoubleArray CClusterPropertyElementArray::GetArray() const {
+    auto* p = NodeOf<ClusterPropertyNode>(m_property);
+    CDoubleArray out;
+    if (!p) return out;
+    out.Resize(static_cast<LONG>(p->values.size()));
+    std::copy(p->values.begin(), p->values.end(), out.GetData());
+    return out;
+}
+
+CStatus CClusterPropertyElementArray::PutArray(const CDoubleArray& values) {
+    auto* p = NodeOf<ClusterPropertyNode>(m_property);
+    if (!p) return CStatus::InvalidArgument;
+    if (static_cast<size_t>(values.GetCount()) != p->values.size()) {
+        standin::Host::Current().HostError(L"PutArray: " + p->FullName() + L" holds " + std::to_wstring(p->values.size()) +
+                                           L" values, " + std::to_wstring(values.GetCount()) + L" given");
+        return CStatus::InvalidArgument;
+    }
+    std::copy(values.GetArray(), values.GetArray() + values.GetCount(), p->values.begin());
+    return CStatus::OK;
+}
+
+LONG CClusterPropertyElementArray::GetCount() const {
+    auto* p = NodeOf<ClusterPropertyNode>(m_property);
+    return p && p->valueSize > 0 ? static_cast<LONG>(p->values.size()) / p->valueSize : 0;
+}
+
+LONG CClusterPropertyElementArray::GetValueSize() const {
+    auto* p = NodeOf<ClusterPropertyNode>(m_property);
+    return p ? p->valueSize : 0;
+}
+
+CDoubleArray CClusterPropertyElementArray::GetItem(LONG index) const {
+    auto* p = NodeOf<ClusterPropertyNode>(m_property);
+    CDoubleArray out;
+    if (!p || index < 0 || index >= GetCount()) return out;
+    for (LONG k = 0; k < p->valueSize; ++k) out.Add(p->values[static_cast<size_t>(index * p->valueSize + k)]);
+    return out;
+}
+
+CStatus CClusterPropertyElementArray::PutItem(LONG index, const CDoubleArray& values) {
+    auto* p = NodeOf<ClusterPropertyNode>(m_property);
+    if (!p || index < 0 || index >= GetCount() || values.GetCount() != p->valueSize) return CStatus::InvalidArgument;
+    for (LONG k = 0; k < p->valueSize; ++k) p->values[static_cast<size_t>(index * p->valueSize + k)] = values[k];
+    return CStatus::OK;
+}
+
+CClusterPropertyElementArray ClusterProperty::GetElements() const {
+    CClusterPropertyElementArray out;
+    out.m_property = m_ref;
+    return out;
+}
+
+LONG ClusterProperty::GetValueSize() const {
+    auto* p = NodeOf<ClusterPropertyNode>(m_ref);
+    return p ? p->valueSize : 0;
+}
+
+siClusterPropertyType ClusterProperty::GetPropertyType() const {
+    auto* p = NodeOf<ClusterPropertyNode>(m_ref);
+    return p && p->type == L"uvspace" ? siClusterPropertyUVType : siClusterPropertyWeightMapType;
+}
+
+}  // namespace XSI

@@ -1,0 +1,234 @@
+// The stand-in's scene through the object model: names, lookup, deletion, properties,
+// parameters and function curves.
+#include <gtest/gtest.h>
+
+#include "scene/host.h"
+#include "xsi_application.h"
+#include "xsi_cluster.h"
+#include "xsi_clusterproperty.h"
+#include "xsi_customproperty.h"
+#include "xsi_fcurve.h"
+#include "xsi_kinematics.h"
+#include "xsi_model.h"
+#include "xsi_polygonmesh.h"
+#include "xsi_primitive.h"
+#include "xsi_x3dobject.h"
+
+using namespace XSI;
+
+namespace {
+
+std::wstring Text(const CString& s) { return s.GetWideString(); }
+
+struct SceneTest : ::testing::Test {
+    standin::Host host{std::filesystem::temp_directory_path()};
+    SceneTest() { host.GetLog().SetEcho(false); }
+
+    CRef NewWeightMap(const std::wstring& target, const std::wstring& name) {
+        CValueArray args;
+        args.Add(CValue(L""));
+        args.Add(CValue(target.c_str()));
+        args.Add(CValue(name.c_str()));
+        args.Add(CValue(L""));
+        args.Add(CValue(false));
+        CValue ret;
+        EXPECT_EQ(host.ExecuteCommand(L"CreateWeightMap", args, ret), CStatus::OK);
+        CValueArray made = ret;
+        return made.GetCount() ? CRef(made[0]) : CRef();
+    }
+};
+
+TEST_F(SceneTest, FullNamesFollowTheHostsForm) {
+    CRef grid = host.CreatePrim(L"Grid", L"grid");
+    CRef model = host.CreateModel(L"Rig");
+    CRef sphere = host.CreatePrim(L"Sphere", L"sphere", {}, model);
+    EXPECT_EQ(Text(grid.GetAsText()), L"grid");
+    EXPECT_EQ(Text(sphere.GetAsText()), L"Rig.sphere");
+    X3DObject g(grid);
+    EXPECT_EQ(Text(g.GetActivePrimitive().GetFullName()), L"grid.polymsh");
+    EXPECT_EQ(Text(g.GetKinematics().GetGlobal().GetFullName()), L"grid.kine.global");
+    EXPECT_EQ(Text(g.GetType()), L"polymsh");
+    CRef wm = NewWeightMap(L"grid", L"ProximityWeightMap");
+    EXPECT_EQ(Text(wm.GetAsText()), L"grid.polymsh.cls.WeightMapCls.ProximityWeightMap");
+    EXPECT_EQ(Text(SIObject(wm).GetType()), L"wtmap");
+    // A second map on the object gets a cluster of its own; names never clash.
+    CRef wm2 = NewWeightMap(L"grid", L"ProximityWeightMap");
+    EXPECT_EQ(Text(wm2.GetAsText()), L"grid.polymsh.cls.WeightMapCls1.ProximityWeightMap");
+    EXPECT_EQ(Text(host.CreatePrim(L"Grid", L"grid").GetAsText()), L"grid1");
+    // Components are named after their object.
+    CVertexRefArray verts = PolygonMesh(g.GetActivePrimitive().GetGeometry()).GetVertices();
+    EXPECT_EQ(Text(verts[3].GetAsText()), L"grid.pnt[3]");
+}
+
+TEST_F(SceneTest, LookupByPathFindsEveryKindOfObject) {
+    host.CreateModel(L"Rig");
+    CRef sphere = host.CreatePrim(L"Sphere", L"sphere", {}, host.Find(L"Rig"));
+    CRef wm = NewWeightMap(L"Rig.sphere", L"Weight Map");
+    for (const wchar_t* path : {L"Rig", L"Rig.sphere", L"Rig.sphere.polymsh", L"Rig.sphere.kine.local",
+                                L"Rig.sphere.polymsh.cls.WeightMapCls", L"Rig.sphere.polymsh.cls.WeightMapCls.Weight_Map",
+                                L"PlayControl.In", L"Scene_Root.Rig.sphere"})
+        EXPECT_TRUE(host.Find(path).IsValid()) << path;
+    EXPECT_EQ(host.Find(L"Scene_Root.Rig.sphere"), sphere);
+    EXPECT_FALSE(host.Find(L"Rig.sphere.polymsh.cls").IsValid());
+    EXPECT_FALSE(host.Find(L"nothing").IsValid());
+    EXPECT_FALSE(host.Find(L"").IsValid());
+    CRef viaSet;
+    EXPECT_EQ(viaSet.Set(CString(L"Rig.sphere.polymsh.cls.WeightMapCls.Weight_Map")), CStatus::OK);
+    EXPECT_EQ(viaSet, wm);
+    EXPECT_EQ(viaSet.Set(CString(L"Rig.nothing")), CStatus::InvalidArgument);
+    CValue in;
+    ASSERT_EQ(host.GetValue(L"PlayControl.In", in), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(in), 1.0);
+}
+
+TEST_F(SceneTest, DeletedObjectsBecomeInvalidReferences) {
+    CRef grid = host.CreatePrim(L"Grid", L"grid");
+    CRef wm = NewWeightMap(L"grid", L"map");
+    CRef vertex = PolygonMesh(X3DObject(grid).GetActivePrimitive().GetGeometry()).GetVertices()[0];
+    host.Select({grid});
+    ASSERT_TRUE(vertex.IsValid());
+    CValueArray args;
+    args.Add(CValue(L"grid"));
+    CValue ret;
+    EXPECT_EQ(host.ExecuteCommand(L"DeleteObj", args, ret), CStatus::OK);
+    EXPECT_FALSE(grid.IsValid());
+    EXPECT_FALSE(wm.IsValid());
+    EXPECT_FALSE(vertex.IsValid());
+    EXPECT_EQ(X3DObject(grid).GetActivePrimitive().IsValid(), false);
+    EXPECT_TRUE(host.Selection().empty());
+    EXPECT_FALSE(host.Find(L"grid").IsValid());
+    EXPECT_EQ(grid.GetClassID(), siUnknownClassID);
+}
+
+TEST_F(SceneTest, ClassesAndWrappers) {
+    CRef grid = host.CreatePrim(L"Grid", L"grid");
+    CRef null = host.CreateNull(L"n");
+    CRef model = host.CreateModel(L"m");
+    EXPECT_EQ(grid.GetClassID(), siX3DObjectID);
+    EXPECT_TRUE(null.IsA(siX3DObjectID));
+    EXPECT_TRUE(model.IsA(siX3DObjectID));
+    EXPECT_TRUE(grid.IsA(siSceneItemID));
+    EXPECT_FALSE(grid.IsA(siClusterID));
+    EXPECT_EQ(Text(grid.GetClassIDName()), L"X3DObject");
+    // A wrapper of the wrong class stays empty.
+    EXPECT_FALSE(Cluster(grid).IsValid());
+    EXPECT_TRUE(SceneItem(grid).IsValid());
+    Primitive prim = X3DObject(grid).GetActivePrimitive();
+    EXPECT_EQ(prim.GetClassID(), siPrimitiveID);
+    EXPECT_EQ(prim.GetGeometry().GetRef().GetClassID(), siPolygonMeshID);
+    EXPECT_EQ(SIObject(prim).GetParent(), grid);
+    EXPECT_EQ(X3DObject(host.RootRef()).GetChildren().GetCount(), 3);
+    EXPECT_EQ(Text(Application().GetActiveSceneRoot().GetName()), L"Scene_Root");
+}
+
+TEST_F(SceneTest, WeightMapValuesAreReadAndWrittenWhole) {
+    host.CreatePrim(L"Grid", L"grid", {{L"subdivu", 2}, {L"subdivv", 2}});
+    ClusterProperty wm(NewWeightMap(L"grid", L"map"));
+    ASSERT_TRUE(wm.IsValid());
+    CClusterPropertyElementArray values = wm.GetElements();
+    ASSERT_EQ(values.GetCount(), 9);
+    Cluster cls(SIObject(wm).GetParent());
+    CLongArray elements = cls.GetElements().GetArray();
+    for (LONG i = 0; i < 9; ++i) EXPECT_EQ(elements[i], i);
+    CDoubleArray w = values.GetArray();
+    for (LONG i = 0; i < 9; ++i) w[i] = i * 0.5;
+    EXPECT_EQ(values.PutArray(w), CStatus::OK);
+    EXPECT_EQ(wm.GetElements().GetArray()[8], 4.0);
+    CDoubleArray wrong(3);
+    size_t before = host.GetLog().Count();
+    EXPECT_EQ(values.PutArray(wrong), CStatus::InvalidArgument);
+    EXPECT_GT(host.GetLog().Count(), before);
+    EXPECT_EQ(wm.GetElements().GetArray()[8], 4.0);
+}
+
+TEST_F(SceneTest, CustomPropertyParametersKeepTypesRangesAndOrder) {
+    SceneItem grid(host.CreatePrim(L"Grid", L"grid"));
+    CustomProperty prop;
+    ASSERT_EQ(grid.AddCustomProperty(CString(L"Settings"), false, prop), CStatus::OK);
+    Parameter p;
+    ASSERT_EQ(prop.AddParameter(CString(L"Near"), CValue::siDouble, 5, CString(L"Near"), CString(), CValue(0.0),
+                                CValue(-10.0), CValue(10.0), CValue(0.0), CValue(5.0), p),
+              CStatus::OK);
+    ASSERT_EQ(prop.AddParameter(CString(L"Mode"), CValue::siInt4, 5, CString(L"Mode"), CString(), CValue(LONG(1)),
+                                CValue(LONG(0)), CValue(LONG(4)), CValue(LONG(0)), CValue(LONG(4)), p),
+              CStatus::OK);
+    ASSERT_EQ(prop.AddParameter(CString(L"Path"), CValue::siString, 4, CString(), CString(), CValue(), p), CStatus::OK);
+    EXPECT_EQ(prop.AddParameter(CString(L"Near"), CValue::siDouble, 5, CString(), CString(), CValue(0.0), p),
+              CStatus::InvalidArgument);
+    CParameterRefArray params = prop.GetParameters();
+    ASSERT_EQ(params.GetCount(), 3);
+    EXPECT_EQ(Text(Parameter(params[1]).GetScriptName()), L"Mode");
+    EXPECT_EQ(static_cast<LONG>(prop.GetParameterValue(CString(L"Mode"))), 1);
+    EXPECT_EQ(prop.PutParameterValue(CString(L"Near"), CValue(25.0)), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(prop.GetParameterValue(CString(L"Near"))), 10.0);  // clamped to the range
+    EXPECT_EQ(prop.PutParameterValue(CString(L"Mode"), CValue(2.7)), CStatus::OK);
+    EXPECT_EQ(prop.GetParameterValue(CString(L"Mode")).m_t, CValue::siInt4);
+    EXPECT_EQ(Text(prop.GetParameterValue(CString(L"Path")).GetAsText()), L"");
+    EXPECT_EQ(Text(prop.GetFullName()), L"grid.Settings");
+    EXPECT_TRUE(host.Find(L"grid.Settings.Near").IsValid());
+    EXPECT_EQ(host.SetValue(L"grid.Settings.Near", CValue(-3.0)), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(prop.GetParameterValue(CString(L"Near"))), -3.0);
+}
+
+TEST_F(SceneTest, FunctionCurveParameterWithDefaultKeysIsAStraightLine) {
+    SceneItem grid(host.CreatePrim(L"Grid", L"grid"));
+    CustomProperty prop;
+    grid.AddCustomProperty(CString(L"Curves"), false, prop);
+    Parameter param = prop.AddFCurveParameter(CString(L"Falloff"));
+    FCurve curve(param.GetValue());
+    ASSERT_TRUE(curve.IsValid());
+    curve.AddKey(CTime(20.0), CValue(5.0));
+    EXPECT_EQ(curve.RemoveKeys(), 1);
+    curve.BeginEdit();
+    curve.AddKey(CTime(0.0), CValue(0.0));
+    curve.AddKey(CTime(100.0), CValue(1.0));
+    curve.EndEdit();
+    ASSERT_EQ(curve.GetNumKeys(), 2);
+    for (double t : {0.0, 12.5, 33.0, 50.0, 99.0, 100.0})
+        EXPECT_NEAR(static_cast<double>(curve.Eval(t)), t / 100.0, 1e-12) << t;
+    // Outside the keys: held by default, continued with the end slope when linear.
+    EXPECT_NEAR(static_cast<double>(curve.Eval(150.0)), 1.0, 1e-12);
+    EXPECT_NEAR(static_cast<double>(curve.Eval(-20.0)), 0.0, 1e-12);
+    curve.PutExtrapolation(siLinearExtrapolation);
+    EXPECT_NEAR(static_cast<double>(curve.Eval(150.0)), 1.5, 1e-12);
+    EXPECT_NEAR(static_cast<double>(curve.Eval(-20.0)), -0.2, 1e-12);
+    curve.PutExtrapolation(siConstantExtrapolation);
+    curve.PutInterpolation(siConstantInterpolation);
+    EXPECT_NEAR(static_cast<double>(curve.Eval(60.0)), 0.0, 1e-12);
+}
+
+TEST_F(SceneTest, TransformsComposeDownTheHierarchy) {
+    CRef model = host.CreateModel(L"Rig");
+    CRef ball = host.CreatePrim(L"Sphere", L"ball", {}, model);
+    MATH::CTransformation t;
+    t.SetIdentity();
+    t.SetTranslationFromValues(1, 2, 3);
+    X3DObject(model).GetKinematics().GetLocal().PutTransform(t);
+    t.SetTranslationFromValues(0, 0, 10);
+    X3DObject(ball).GetKinematics().GetLocal().PutTransform(t);
+    MATH::CTransformation g = X3DObject(ball).GetKinematics().GetGlobal().GetTransform();
+    double x, y, z;
+    g.GetTranslationValues(x, y, z);
+    EXPECT_DOUBLE_EQ(x, 1);
+    EXPECT_DOUBLE_EQ(y, 2);
+    EXPECT_DOUBLE_EQ(z, 13);
+    // Setting the global transform keeps it global under the parent.
+    t.SetTranslationFromValues(5, 5, 5);
+    X3DObject(ball).GetKinematics().GetGlobal().PutTransform(t);
+    X3DObject(ball).GetKinematics().GetLocal().GetTransform().GetTranslationValues(x, y, z);
+    EXPECT_DOUBLE_EQ(x, 4);
+    EXPECT_DOUBLE_EQ(y, 3);
+    EXPECT_DOUBLE_EQ(z, 2);
+}
+
+TEST_F(SceneTest, UnavailableHostOperationsFailLoudly) {
+    size_t before = host.GetLog().Count();
+    CValueArray args;
+    CValue ret;
+    EXPECT_EQ(host.ExecuteCommand(L"ApplyOp", args, ret), CStatus::NotImpl);
+    EXPECT_EQ(host.ExecuteCommand(L"NoSuchCommand", args, ret), CStatus::MemberNotFound);
+    ASSERT_EQ(host.GetLog().Count(), before + 2);
+    EXPECT_EQ(host.GetLog().entries()[before].severity, siErrorMsg);
+}
+
+}  // namespace
