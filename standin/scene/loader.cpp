@@ -24,8 +24,14 @@ std::wstring StripSpaces(std::wstring s) {
 std::wstring ValueText(const CValue& v) {
     if (v.IsEmpty()) return L"(empty)";
     std::wstring t = v.GetAsText().GetWideString();
-    if (v.m_t == CValue::siString) return L"\"" + t + L"\"";
-    return t;
+    switch (v.m_t) {
+        case CValue::siString: return L"\"" + t + L"\"";
+        case CValue::siBool: return t + L" (boolean)";
+        case CValue::siDouble: case CValue::siFloat: return t + L" (double)";
+        case CValue::siInt1: case CValue::siInt2: case CValue::siInt4: case CValue::siInt8:
+        case CValue::siUInt1: case CValue::siUInt2: case CValue::siUInt4: case CValue::siUInt8: return t + L" (integer)";
+        default: return t;
+    }
 }
 
 void DescribeItems(const MenuItemNode& menu, int depth, std::wostringstream& out) {

@@ -1,0 +1,38 @@
+// Lua scene scripts: the way a person drives the stand-in host, with functions named after
+// the host's scripting (CreatePrim, SelectObj, ExecuteCommand, GetValue, SetValue ...).
+//
+// Paths are full names ("grid", "grid.polymsh.cls.WeightMapCls.Weight_Map"). File names are
+// relative to the host's project folder unless absolute. A script error stops the script and
+// is reported as "<file>:<line>: <message>".
+//
+// The functions:
+//   CreatePrim(kind, name[, options[, parent]]) -> path   kinds Grid, Cube, Sphere, Cylinder, Torus;
+//       options by name: sizex sizez subdivu subdivv length radius height caps sectionradius
+//   ImportObj(file[, name]) -> path;  CreateNull(name[, parent]);  CreateModel(name[, parent])
+//   Exists(path);  SelectObj(path | {paths});  AddToSelection(path);  DeselectAll();  GetSelection()
+//   ExecuteCommand(name, {args}) -> return value (raises when the command fails)
+//   ExecuteCommandStatus(name, {args}) -> status code, return value
+//   GetValue(path);  SetValue(path, value);  DeleteObj(path)
+//   InspectObj(path[, modal]) -> cancelled;  PressButton(property, button);  DescribePage(property)
+//   QueuePick(path | nil | {path=, button=, modifier=});  QueuePageAnswer{values = {...}, cancel = false}
+//   SetFrame(frame);  GetFrame()
+//   GetWeights(map) -> {w1, w2 ...};  SetWeights(map, {w...});  GetElements(map) -> {point indices}
+//   WriteWeightsCSV(map, file)   rows "element,point,weight"
+//   LogMessage(text[, severity]);  LogMessages([from]) -> {{severity=, text=} ...};  LogCount()
+//   CancelProgressAfter(n)
+#pragma once
+
+#include <filesystem>
+#include <ostream>
+#include <string_view>
+
+namespace standin {
+
+class Host;
+
+// Runs a script file; 0 on success, 1 after a script error (reported on `err`).
+int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err);
+// Runs script text under a chunk name (what error messages show as the file).
+int RunScriptText(Host& host, std::string_view code, std::string_view chunkName, std::ostream& err);
+
+}  // namespace standin
