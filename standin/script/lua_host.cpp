@@ -18,6 +18,9 @@ extern "C" {
 #include "xsi_clusterproperty.h"
 #include "xsi_string.h"
 #include "xsi_value.h"
+#include "xsi_geometry.h"
+#include "xsi_primitive.h"
+#include "xsi_x3dobject.h"
 
 namespace standin {
 
@@ -470,6 +473,27 @@ int WriteWeightsCSV(lua_State* L) {
     });
 }
 
+int GetPointPositions(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        std::string path = ArgString(L, 1, "an object path");
+        XSI::X3DObject obj(Lookup(path));
+        XSI::Geometry geom = obj.GetActivePrimitive().GetGeometry();
+        if (!geom.IsValid()) throw ScriptError("'" + path + "' is not an object with geometry");
+        XSI::MATH::CVector3Array pos = geom.GetPoints().GetPositionArray();
+        lua_createtable(L, pos.GetCount(), 0);
+        for (LONG i = 0; i < pos.GetCount(); ++i) {
+            lua_createtable(L, 3, 0);
+            double xyz[3] = {pos[i].GetX(), pos[i].GetY(), pos[i].GetZ()};
+            for (int k = 0; k < 3; ++k) {
+                lua_pushnumber(L, xyz[k]);
+                lua_rawseti(L, -2, k + 1);
+            }
+            lua_rawseti(L, -2, i + 1);
+        }
+        return 1;
+    });
+}
+
 // ---- log and progress
 
 int LogMessage(lua_State* L) {
@@ -537,6 +561,7 @@ const luaL_Reg kFunctions[] = {
     {"SetWeights", SetWeights},
     {"GetElements", GetElements},
     {"WriteWeightsCSV", WriteWeightsCSV},
+    {"GetPointPositions", GetPointPositions},
     {"LogMessage", LogMessage},
     {"LogMessages", LogMessages},
     {"LogCount", LogCount},

@@ -18,6 +18,7 @@
 //   SetFrame(frame);  GetFrame()
 //   GetWeights(map) -> {w1, w2 ...};  SetWeights(map, {w...});  GetElements(map) -> {point indices}
 //   WriteWeightsCSV(map, file)   rows "element,point,weight"
+//   GetPointPositions(object) -> {{x, y, z} ...} in object space
 //   LogMessage(text[, severity]);  LogMessages([from]) -> {{severity=, text=} ...};  LogCount()
 //   CancelProgressAfter(n)
 #pragma once

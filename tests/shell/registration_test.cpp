@@ -73,16 +73,16 @@ TEST_F(PluginTest, DeclaresDefaultsAndTextsAsUsersKnowThem) {
                     L"  description: \"Remove a Connexion from the Proximity Map: default behavior removes all "
                     L"connexions!\"\n"));
     EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd"),
-                    L"    IndiceToDisconnect = -1\n"));
+                    L"    IndiceToDisconnect = -1 (integer)\n"));
     EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrMixMapAddConnexionCmd"),
                     L"select the MixMap CustomProperty and lauch it!\"\n"));
-    EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrClustersMapBuildCmd"), L"    Cropping = 1\n"));
+    EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrClustersMapBuildCmd"), L"    Cropping = 1 (integer)\n"));
     EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrUVFromGradientMapCmd"),
-                    L"    uvRightShift = 0\n    uvNormalize = True\n    autoShift = True\n"
-                    L"    rootVerticeIdx = -1\n    AskForParams = True\n"));
+                    L"    uvRightShift = 0 (double)\n    uvNormalize = True (boolean)\n    autoShift = True (boolean)\n"
+                    L"    rootVerticeIdx = -1 (integer)\n    AskForParams = True (boolean)\n"));
     EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrGradientMapBuildCmd"),
-                    L"    CreateCurvatureMap = False\n    CreateSingVerticesCluster = False\n"
-                    L"    CreateLocalMaxCluster = False\n    AskForParams = True\n"));
+                    L"    CreateCurvatureMap = False (boolean)\n    CreateSingVerticesCluster = False (boolean)\n"
+                    L"    CreateLocalMaxCluster = False (boolean)\n    AskForParams = True (boolean)\n"));
     // The hair comb keeps the Proximity Map's texts, "an" before a consonant included.
     EXPECT_TRUE(Has(host.DescribeCommand(L"Orbelin_zrGradientMapHairCombApplyCmd"),
                     L"  description: \"Create a Proximity Weightmap.\"\n"

@@ -1,0 +1,130 @@
+// Scene scripts: errors name file and line, values cross between Lua and the host intact.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "scene/host.h"
+#include "scene/host_impl.h"
+#include "script/lua_host.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ScriptTest : ::testing::Test {
+    fs::path dir = fs::temp_directory_path() / "orbelin_script_test";
+    standin::Host host{dir};
+    std::ostringstream err;
+    XSI::CValueArray echoed;
+
+    ScriptTest() {
+        fs::create_directories(dir);
+        host.GetLog().SetEcho(false);
+        // A command that hands back what it was given, to see values cross both ways.
+        host.impl().builtins[L"Echo"] = [this](standin::Host&, XSI::CValueArray& args, XSI::CValue& ret) {
+            echoed = args;
+            ret = XSI::CValue(args);
+            return XSI::CStatus(XSI::CStatus::OK);
+        };
+    }
+    ~ScriptTest() override { fs::remove_all(dir); }
+    int Run(const std::string& code) { return standin::RunScriptText(host, code, "scene.lua", err); }
+};
+
+TEST_F(ScriptTest, ErrorsNameTheFileAndLine) {
+    EXPECT_EQ(Run("local x = 1\n\nerror('boom')\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:3: boom"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(Run("x = = 1\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:1:"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(standin::RunScript(host, dir / "missing.lua", err), 1);
+    EXPECT_NE(err.str().find("cannot open script"), std::string::npos);
+    EXPECT_EQ(Run("CreatePrim('Grid', 'g')\nprint('fine')\n"), 0);
+}
+
+TEST_F(ScriptTest, HostErrorsBecomeScriptErrorsAtTheCallingLine) {
+    EXPECT_EQ(Run("CreatePrim('Grid', 'g')\nSelectObj('g')\nSelectObj('nothing')\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:3: object not found: 'nothing'"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(Run("ExecuteCommand('NoSuchCommand', {})\n"), 1);
+    EXPECT_NE(err.str().find("unknown command 'NoSuchCommand'"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(Run("CreatePrim('Pyramid', 'p')\n"), 1);
+    EXPECT_NE(err.str().find("unknown primitive 'Pyramid'"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(Run("DeselectAll()\nExecuteCommand('DeleteObj', {})\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:2: DeleteObj failed"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(Run("CreatePrim('Grid', 'g', {subdivu = 0})\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:1:"), std::string::npos) << err.str();
+}
+
+TEST_F(ScriptTest, StatusOfAFailingCommandWithoutRaising) {
+    EXPECT_EQ(Run("DeselectAll()\n"
+                  "local status, ret = ExecuteCommandStatus('DeleteObj', {})\n"
+                  "assert(status == 2147942487, 'status ' .. status)\n"
+                  "assert(ret == nil)\n"
+                  "local ok = ExecuteCommandStatus('GetValue', {'PlayControl.Out'})\n"
+                  "assert(ok == 0)\n"),
+              0)
+        << err.str();
+}
+
+TEST_F(ScriptTest, ValuesCrossBetweenLuaAndTheHost) {
+    ASSERT_EQ(Run("local r = ExecuteCommand('Echo', {3, 2.5, true, 'sphère', nil, {1, {2, 'x'}}})\n"
+                  "assert(r[1] == 3 and r[2] == 2.5 and r[3] == true and r[4] == 'sphère')\n"
+                  "assert(r[5] == nil and r[6][1] == 1 and r[6][2][2] == 'x')\n"),
+              0)
+        << err.str();
+    ASSERT_EQ(echoed.GetCount(), 6);
+    EXPECT_EQ(echoed[0].m_t, XSI::CValue::siInt4);   // integral numbers are integers
+    EXPECT_EQ(echoed[1].m_t, XSI::CValue::siDouble);
+    EXPECT_EQ(echoed[2].m_t, XSI::CValue::siBool);
+    EXPECT_EQ(std::wstring(echoed[3].GetAsText().GetWideString()), L"sphère");
+    EXPECT_TRUE(echoed[4].IsEmpty());
+    EXPECT_EQ(echoed[5].m_t, XSI::CValue::siArray);
+    // Objects come back as their paths.
+    ASSERT_EQ(Run("local g = CreatePrim('Grid', 'g')\n"
+                  "local maps = ExecuteCommand('CreateWeightMap', {'', g, 'W', '', false})\n"
+                  "assert(maps[1] == 'g.polymsh.cls.WeightMapCls.W', maps[1])\n"
+                  "assert(GetValue('PlayControl.Out') == 100)\n"
+                  "SetFrame(12.5)\nassert(GetFrame() == 12.5 and GetValue('PlayControl.Current') == 12.5)\n"),
+              0)
+        << err.str();
+}
+
+TEST_F(ScriptTest, WeightMapsReadAndWrite) {
+    ASSERT_EQ(Run("local g = CreatePrim('Grid', 'g', {subdivu = 1, subdivv = 1})\n"
+                  "local map = ExecuteCommand('CreateWeightMap', {'', g, 'W', '', false})[1]\n"
+                  "SetWeights(map, {0, 0.25, 0.5, 1})\n"
+                  "WriteWeightsCSV(map, 'out/w.csv')\n"),
+              0)
+        << err.str();
+    std::ifstream in(dir / "out" / "w.csv");
+    std::stringstream text;
+    text << in.rdbuf();
+    EXPECT_EQ(text.str(), "element,point,weight\n0,0,0\n1,1,0.25\n2,2,0.5\n3,3,1\n");
+    EXPECT_EQ(Run("SetWeights('g.polymsh.cls.WeightMapCls.W', {1, 2})\n"), 1);
+    EXPECT_NE(err.str().find("holds 4 weights, 2 given"), std::string::npos) << err.str();
+    EXPECT_EQ(Run("local w = GetWeights('g.polymsh.cls.WeightMapCls.W')\nassert(w[4] == 1 and #w == 4)\n"), 0)
+        << err.str();
+    EXPECT_EQ(Run("GetWeights('g')\n"), 1);
+    EXPECT_NE(err.str().find("'g' is not a weight map"), std::string::npos) << err.str();
+}
+
+TEST_F(ScriptTest, PicksAndLogFromScripts) {
+    ASSERT_EQ(Run("CreatePrim('Cube', 'c')\n"
+                  "QueuePick('c')\nQueuePick()\n"
+                  "local r = ExecuteCommand('PickElement', {'object', 'Pick', ''})\n"
+                  "local before = LogCount()\n"
+                  "LogMessage('hello', 4)\n"
+                  "local m = LogMessages(before + 1)\n"
+                  "assert(#m == 1 and m[1].text == 'hello' and m[1].severity == 4)\n"),
+              0)
+        << err.str();
+    EXPECT_EQ(host.PickQueue().size(), 1u);  // the cancel is still waiting
+}
+
+}  // namespace
