@@ -1,5 +1,7 @@
 #include "core/text.h"
 
+#include "ui/utf8.h"
+
 #include <charconv>
 #include <locale.h>
 #include <wctype.h>
@@ -18,30 +20,8 @@ locale_t CaseLocale() {
 }
 }  // namespace
 
-std::string ToUtf8(std::wstring_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (wchar_t wc : text) {
-        char32_t c = static_cast<char32_t>(wc);
-        if (!IsScalar(c)) c = kReplacement;
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
-}
+// One encoder for the whole stand-in: the log's (which has no object-model types).
+std::string ToUtf8(std::wstring_view text) { return standin::ToUtf8(text); }
 
 std::wstring FromUtf8(std::string_view text) {
     std::wstring out;
