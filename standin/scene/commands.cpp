@@ -199,6 +199,59 @@ CStatus NotYet(Host& host, const wchar_t* name) {
     return CStatus::NotImpl;
 }
 
+// A planar XY projection: a complete sample cluster and a UV property on it holding
+// (u, v, w) per sample, u and v spanning [0, 1] across the mesh's extent in X and Y.
+CStatus CmdCreateProjection(Host& host, CValueArray& args, CValue& ret) {
+    std::vector<CRef> objs = Arg(args, 0).IsEmpty() ? host.Selection() : ResolveObjects(host, Arg(args, 0));
+    std::wstring propName = SanitizeName(Text(Arg(args, 4)));
+    if (propName.empty()) propName = L"Texture_Projection";
+    XSI::CValueArray created;
+    for (const CRef& r : objs) {
+        auto* x = XSI::Host::As<X3DNode>(r);
+        auto* mesh = x && x->primitive ? dynamic_cast<PolyMeshNode*>(x->primitive->geometry.get()) : nullptr;
+        if (!mesh) {
+            host.HostError(L"CreateProjection: " + std::wstring(r.GetAsText().GetWideString()) + L" is not a polygon mesh");
+            continue;
+        }
+        PrimitiveNode& prim = *x->primitive;
+        ClusterNode* cluster = nullptr;
+        for (const auto& c : prim.clusters)
+            if (c->type == L"sample" && c->alwaysComplete) cluster = c.get();
+        if (!cluster) {
+            auto c = Make<ClusterNode>();
+            c->type = L"sample";
+            c->name = prim.UniqueClusterName(L"Texture_Coordinates_AUTO");
+            c->parent = &prim;
+            c->alwaysComplete = true;
+            for (LONG i = 0; i < mesh->mesh.SampleCount(); ++i) c->elements.push_back(i);
+            prim.clusters.push_back(c);
+            cluster = c.get();
+        }
+        double lo[2] = {1e300, 1e300}, hi[2] = {-1e300, -1e300};
+        for (const auto& p : mesh->mesh.Positions()) {
+            lo[0] = std::min(lo[0], p.x), hi[0] = std::max(hi[0], p.x);
+            lo[1] = std::min(lo[1], p.y), hi[1] = std::max(hi[1], p.y);
+        }
+        auto uv = Make<ClusterPropertyNode>();
+        uv->type = L"uvspace";
+        uv->name = cluster->UniquePropertyName(propName);
+        uv->parent = cluster;
+        uv->valueSize = 3;
+        for (LONG s : cluster->elements) {
+            const auto& p = mesh->mesh.Positions()[static_cast<size_t>(mesh->mesh.SampleVertex(s))];
+            uv->values.push_back(hi[0] > lo[0] ? (p.x - lo[0]) / (hi[0] - lo[0]) : 0.0);
+            uv->values.push_back(hi[1] > lo[1] ? (p.y - lo[1]) / (hi[1] - lo[1]) : 0.0);
+            uv->values.push_back(0.0);
+        }
+        cluster->properties.push_back(uv);
+        created.Add(CValue(XSI::Host::RefOf(uv.get())));
+    }
+    if (created.GetCount() == 0) return CStatus::InvalidArgument;
+    if (args.GetCount() > 4) args[4] = CValue(XSI::CRef(created[0]).GetAsText());
+    ret = CValue(created);
+    return CStatus::OK;
+}
+
 }  // namespace
 
 std::vector<CRef> ResolveObjects(Host& host, const CValue& value) {
@@ -240,7 +293,7 @@ void RegisterBuiltinCommands(Host& host) {
     b[L"zrResolvePath"] = CmdResolvePath;
     b[L"SelectObj"] = CmdSelectObj;
     b[L"ApplyOp"] = [](Host& h, CValueArray&, CValue&) { return NotYet(h, L"ApplyOp"); };
-    b[L"CreateProjection"] = [](Host& h, CValueArray&, CValue&) { return NotYet(h, L"CreateProjection"); };
+    b[L"CreateProjection"] = CmdCreateProjection;
 }
 
 CStatus Host::ExecuteCommand(const std::wstring& name, CValueArray& args, CValue& ret) {

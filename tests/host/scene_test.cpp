@@ -221,6 +221,32 @@ TEST_F(SceneTest, TransformsComposeDownTheHierarchy) {
     EXPECT_DOUBLE_EQ(z, 2);
 }
 
+TEST_F(SceneTest, ProjectionsHoldThreeValuesPerSample) {
+    host.CreatePrim(L"Grid", L"grid", {{L"subdivu", 2}, {L"subdivv", 2}});
+    host.ClearSelection();
+    CValueArray args;
+    args.Add(CValue(L"grid"));
+    CValue ret;
+    ASSERT_EQ(host.ExecuteCommand(L"CreateProjection", args, ret), CStatus::OK);
+    CValueArray made = ret;
+    ClusterProperty uv(made[0]);
+    ASSERT_TRUE(uv.IsValid());
+    EXPECT_EQ(uv.GetValueSize(), 3);
+    EXPECT_EQ(uv.GetElements().GetCount(), 16);  // one per polygon corner
+    EXPECT_EQ(uv.GetPropertyType(), siClusterPropertyUVType);
+    Cluster samples(SIObject(uv).GetParent());
+    EXPECT_EQ(Text(samples.GetType()), L"sample");
+    EXPECT_TRUE(samples.IsAlwaysComplete());
+    // The grid lies in XZ, so the planar XY projection spreads u over X and keeps v at 0.
+    CDoubleArray values = uv.GetElements().GetArray();
+    double umin = 1, umax = 0;
+    for (LONG i = 0; i < values.GetCount(); i += 3) umin = std::min(umin, values[i]), umax = std::max(umax, values[i]);
+    EXPECT_EQ(umin, 0.0);
+    EXPECT_EQ(umax, 1.0);
+    args[0] = CValue(L"PlayControl");
+    EXPECT_EQ(host.ExecuteCommand(L"CreateProjection", args, ret), CStatus::InvalidArgument);
+}
+
 TEST_F(SceneTest, UnavailableHostOperationsFailLoudly) {
     size_t before = host.GetLog().Count();
     CValueArray args;
