@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# The main job: builds, shows the plug-in as the host registers it, runs the example scene.
+# The main job: builds the command and the plug-in, shows the plug-in as the host registers
+# it, and runs the example scene into out/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/build.sh build
+cmake -S . -B build -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build build -j"$(nproc)" --target orbelin >/dev/null
 build/bin/orbelin info
 mkdir -p out
 build/bin/orbelin run examples/first_weightmap.lua --project "$PWD"
+echo "weights written to $PWD/out/first_weightmap.csv"
