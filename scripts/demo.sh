@@ -3,8 +3,11 @@
 # it, and runs the example scene into out/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-cmake -S . -B build -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build -j"$(nproc)" --target orbelin >/dev/null
+mkdir -p build
+if ! { cmake -S . -B build -DCMAKE_BUILD_TYPE=Release && cmake --build build -j"$(nproc)" --target orbelin; } >build/demo-build.log 2>&1; then
+  cat build/demo-build.log
+  exit 1
+fi
 build/bin/orbelin info
 mkdir -p out
 build/bin/orbelin run examples/first_weightmap.lua --project "$PWD"
