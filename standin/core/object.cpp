@@ -93,6 +93,11 @@ const wchar_t* ClassName(siClassID cls) {
 
 void AddRef(Object* obj) { ++obj->refCount; }
 
+uint64_t NextStamp() {
+    static uint64_t counter = 0;
+    return ++counter;
+}
+
 void Release(Object* obj) {
     if (--obj->refCount == 0) delete obj;
 }

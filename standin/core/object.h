@@ -7,6 +7,7 @@
 // to it is invalid.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,6 +31,9 @@ struct Object {
 
     int refCount = 0;
     bool alive = true;
+    // When this object last changed in a way an operator reading it would see (a stamp of
+    // the host's change counter): evaluation compares stamps, never values.
+    uint64_t changed = 0;
     std::wstring name;
     Object* parent = nullptr;  // not owning: parents own their children
 
@@ -55,6 +59,12 @@ struct Object {
 
 void AddRef(Object* obj);
 void Release(Object* obj);
+
+// The host's change counter: every call gives a larger stamp.
+uint64_t NextStamp();
+inline void Touch(Object* obj) {
+    if (obj) obj->changed = NextStamp();
+}
 
 // Intrusive owning pointer.
 template <class T>

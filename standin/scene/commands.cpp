@@ -194,11 +194,6 @@ CStatus CmdSelectObj(Host& host, CValueArray& args, CValue&) {
     return CStatus::OK;
 }
 
-CStatus NotYet(Host& host, const wchar_t* name) {
-    host.HostError(std::wstring(name) + L": this command is not available in this host yet");
-    return CStatus::NotImpl;
-}
-
 // A planar XY projection: a complete sample cluster and a UV property on it holding
 // (u, v, w) per sample, u and v spanning [0, 1] across the mesh's extent in X and Y.
 CStatus CmdCreateProjection(Host& host, CValueArray& args, CValue& ret) {
@@ -292,7 +287,6 @@ void RegisterBuiltinCommands(Host& host) {
     b[L"InspectObj"] = CmdInspectObj;
     b[L"zrResolvePath"] = CmdResolvePath;
     b[L"SelectObj"] = CmdSelectObj;
-    b[L"ApplyOp"] = [](Host& h, CValueArray&, CValue&) { return NotYet(h, L"ApplyOp"); };
     b[L"CreateProjection"] = CmdCreateProjection;
 }
 

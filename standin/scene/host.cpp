@@ -11,6 +11,7 @@
 #include "mesh/obj_import.h"
 #include "mesh/primitives.h"
 #include "scene/host_impl.h"
+#include "scene/operators.h"
 #include "xsi_transformation.h"
 
 namespace standin {
@@ -96,6 +97,7 @@ Host::Host(std::filesystem::path projectDir) : m_impl(std::make_unique<Impl>()),
     d.uiToolkit = Make<ServiceNode>(XSI::siUIToolkitID, L"UIToolkit");
     d.progressBar = Make<ServiceNode>(XSI::siProgressBarID, L"ProgressBar");
     RegisterBuiltinCommands(*this);
+    RegisterOperatorCommands(*this);
     Clear();
 }
 
@@ -268,6 +270,20 @@ void Host::ClearSelection() { m_impl->selected.clear(); }
 void Host::SetFrame(double frame) {
     m_frame = frame;
     if (ParameterNode* p = m_impl->playControl->FindParam(L"Current")) p->value = CValue(frame);
+}
+
+void Host::AddPresetFolder(const std::filesystem::path& folder) {
+    std::filesystem::path f = folder.lexically_normal();
+    if (std::find(m_presetFolders.begin(), m_presetFolders.end(), f) == m_presetFolders.end()) m_presetFolders.push_back(f);
+}
+
+std::filesystem::path Host::FindPreset(const std::wstring& name) const {
+    if (name.empty()) return {};
+    for (const auto& folder : m_presetFolders) {
+        std::filesystem::path file = folder / (name + L".json");
+        if (std::filesystem::is_regular_file(file)) return file;
+    }
+    return {};
 }
 
 CRef Host::ApplicationRef() const { return XSI::Host::RefOf(m_impl->application.get()); }

@@ -151,6 +151,11 @@ public:
     void SetProjectDir(std::filesystem::path dir) { m_projectDir = std::move(dir); }
     std::wstring ResolvePath(const std::wstring& path) const;
 
+    // Operator presets: looked up by name (<name>.json) in these folders, in order. Loading
+    // a plug-in adds the presets folder installed beside it (<library folder>/../presets).
+    void AddPresetFolder(const std::filesystem::path& folder);
+    std::filesystem::path FindPreset(const std::wstring& name) const;
+
     // Host-side singletons behind Application, Selection, UIToolkit.
     CRef ApplicationRef() const;
     CRef SelectionRef() const;
@@ -173,6 +178,7 @@ private:
     std::deque<PickAnswer> m_picks;
     std::deque<PageAnswer> m_pages;
     std::vector<PluginInfo> m_pluginInfo;
+    std::vector<std::filesystem::path> m_presetFolders;
 };
 
 }  // namespace standin

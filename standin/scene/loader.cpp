@@ -100,6 +100,7 @@ CStatus Host::LoadPlugin(const std::filesystem::path& library) {
         return CStatus::Fail;
     }
     Impl& d = *m_impl;
+    AddPresetFolder(std::filesystem::absolute(library).parent_path().parent_path() / "presets");
     PluginInfo info;
     info.file = library.wstring();
     m_pluginInfo.push_back(info);

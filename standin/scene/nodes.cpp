@@ -25,24 +25,25 @@ CValue ParameterNode::ValueAt(double frame) const {
 
 bool ParameterNode::Assign(const CValue& v) {
     if (isFCurveParameter) return false;
-    if (type == CValue::siEmpty) {
-        value = v;
-        return true;
-    }
-    if (type == CValue::siString) {
-        value = CValue(v.GetAsText());
-        return true;
-    }
-    if (v.IsEmpty()) return false;
     CValue converted(v);
-    converted.ChangeType(type);
-    if (converted.m_t != type) return false;
-    if (type != CValue::siBool) {
-        double d = static_cast<double>(converted);
-        if (!min.IsEmpty() && d < static_cast<double>(min)) converted = min, converted.ChangeType(type);
-        if (!max.IsEmpty() && d > static_cast<double>(max)) converted = max, converted.ChangeType(type);
+    if (type == CValue::siString) {
+        converted = CValue(v.GetAsText());
+    } else if (type != CValue::siEmpty) {
+        if (v.IsEmpty()) return false;
+        converted.ChangeType(type);
+        if (converted.m_t != type) return false;
+        if (type != CValue::siBool) {
+            double d = static_cast<double>(converted);
+            if (!min.IsEmpty() && d < static_cast<double>(min)) converted = min, converted.ChangeType(type);
+            if (!max.IsEmpty() && d > static_cast<double>(max)) converted = max, converted.ChangeType(type);
+        }
     }
+    // Only a real change counts: operators that write a parameter with its own value on
+    // every update must not make themselves dirty.
+    if (converted.m_t == value.m_t && converted == value) return true;
     value = converted;
+    Touch(this);
+    Touch(parent);
     return true;
 }
 
@@ -176,6 +177,11 @@ std::wstring PrimitiveNode::UniqueClusterName(const std::wstring& base) const {
     if (!used(base)) return base;
     for (int i = 1;; ++i)
         if (!used(base + std::to_wstring(i))) return base + std::to_wstring(i);
+}
+
+void ClusterPropertyNode::Children(std::vector<Object*>& out) const {
+    ProjectItemNode::Children(out);
+    for (const auto& op : operators) out.push_back(op.get());
 }
 
 // ---- contexts and automation objects

@@ -157,7 +157,11 @@ struct ClusterNode : SceneItemNode {
 struct ClusterPropertyNode : ProjectItemNode {
     std::wstring type;  // "wtmap", "uvspace"
     LONG valueSize = 1;
-    std::vector<double> values;
+    std::vector<double> values;  // as stored, below any operator
+    // Operators writing this map, in evaluation order (OperatorNode, see operators.h).
+    std::vector<Ptr<ProjectItemNode>> operators;
+
+    void Children(std::vector<Object*>& out) const override;
 
     siClassID ClassID() const override { return XSI::siClusterPropertyID; }
     std::wstring TypeName() const override { return type; }

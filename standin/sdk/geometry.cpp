@@ -2,6 +2,7 @@
 // and cluster properties. Components are references (geometry, class, index); the mesh
 // answers every query from its topology arrays.
 #include "scene/host_impl.h"
+#include "scene/operators.h"
 #include "sdk/wrap.h"
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
@@ -274,6 +275,8 @@ CStatus CPointRefArray::PutPositionArray(const MATH::CVector3Array& positions) {
         pos[static_cast<size_t>(IndexOf((*this)[i]))] = mesh::Vec3{v.GetX(), v.GetY(), v.GetZ()};
     }
     m->mesh.SetPositions(pos);
+    XSI::Host::Touch(m);
+    XSI::Host::Touch(m->parent);
     return CStatus::OK;
 }
 
@@ -635,8 +638,9 @@ CDoubleArray CClusterPropertyElementArray::GetArray() const {
     auto* p = NodeOf<ClusterPropertyNode>(m_property);
     CDoubleArray out;
     if (!p) return out;
-    out.Resize(static_cast<LONG>(p->values.size()));
-    std::copy(p->values.begin(), p->values.end(), out.GetData());
+    const std::vector<double>& values = EvaluatedValues(*p);
+    out.Resize(static_cast<LONG>(values.size()));
+    std::copy(values.begin(), values.end(), out.GetData());
     return out;
 }
 
@@ -648,7 +652,8 @@ CStatus CClusterPropertyElementArray::PutArray(const CDoubleArray& values) {
                                            L" values, " + std::to_wstring(values.GetCount()) + L" given");
         return CStatus::InvalidArgument;
     }
-    std::copy(values.GetArray(), values.GetArray() + values.GetCount(), p->values.begin());
+    std::vector<double>& target = WritableValues(*p);
+    target.assign(values.GetArray(), values.GetArray() + values.GetCount());
     return CStatus::OK;
 }
 
@@ -666,14 +671,16 @@ CDoubleArray CClusterPropertyElementArray::GetItem(LONG index) const {
     auto* p = NodeOf<ClusterPropertyNode>(m_property);
     CDoubleArray out;
     if (!p || index < 0 || index >= GetCount()) return out;
-    for (LONG k = 0; k < p->valueSize; ++k) out.Add(p->values[static_cast<size_t>(index * p->valueSize + k)]);
+    const std::vector<double>& values = EvaluatedValues(*p);
+    for (LONG k = 0; k < p->valueSize; ++k) out.Add(values[static_cast<size_t>(index * p->valueSize + k)]);
     return out;
 }
 
 CStatus CClusterPropertyElementArray::PutItem(LONG index, const CDoubleArray& values) {
     auto* p = NodeOf<ClusterPropertyNode>(m_property);
     if (!p || index < 0 || index >= GetCount() || values.GetCount() != p->valueSize) return CStatus::InvalidArgument;
-    for (LONG k = 0; k < p->valueSize; ++k) p->values[static_cast<size_t>(index * p->valueSize + k)] = values[k];
+    std::vector<double>& target = WritableValues(*p);
+    for (LONG k = 0; k < p->valueSize; ++k) target[static_cast<size_t>(index * p->valueSize + k)] = values[k];
     return CStatus::OK;
 }
 

@@ -306,6 +306,7 @@ CStatus KinematicState::PutTransform(const MATH::CTransformation& t, double fram
             local.Mul(t, parentInverse);
         }
     }
+    XSI::Host::Touch(x);
     if (frame == DBL_MAX) {
         x->local = local;
         x->localKeys.clear();
@@ -497,9 +498,19 @@ CStatus CParameterRefArray::PutValue(const CString& scriptName, const CValue& va
 XSI_WRAPPER(FCurve, siFCurveID)
 
 namespace {
-standin::FCurve* CurveOf(const CRef& ref) {
+// The curve behind a reference; asking for it to change marks the curve, its parameter and
+// the parameter's owner as changed.
+standin::FCurve* CurveOf(const CRef& ref, bool changing = false) {
     auto* n = NodeOf<FCurveNode>(ref);
-    return n ? &n->curve : nullptr;
+    if (!n) return nullptr;
+    if (changing) {
+        XSI::Host::Touch(n);
+        if (n->parent) {
+            XSI::Host::Touch(n->parent);
+            XSI::Host::Touch(n->parent->parent);
+        }
+    }
+    return &n->curve;
 }
 }  // namespace
 
@@ -511,7 +522,7 @@ CValue FCurve::Eval(const double& frame) const {
 }
 
 LONG FCurve::RemoveKeys(const CTime& start, const CTime& end, bool) {
-    standin::FCurve* c = CurveOf(m_ref);
+    standin::FCurve* c = CurveOf(m_ref, true);
     if (!c) return 0;
     return static_cast<LONG>(c->RemoveKeys(start.GetTime(), end.GetTime()));
 }
@@ -524,7 +535,7 @@ CStatus FCurve::BeginEdit() {
 }
 
 CStatus FCurve::EndEdit() {
-    standin::FCurve* c = CurveOf(m_ref);
+    standin::FCurve* c = CurveOf(m_ref, true);
     if (!c) return CStatus::InvalidArgument;
     c->EndEdit();
     return CStatus::OK;
@@ -535,14 +546,14 @@ bool FCurve::IsEditing() const { standin::FCurve* c = CurveOf(m_ref); return c &
 
 LONG FCurve::AddKey(const CTime& frame, const CValue& value, siFCurveKeyInterpolation interpolation, double ltx,
                     double lty, double rtx, double rty, double, bool) {
-    standin::FCurve* c = CurveOf(m_ref);
+    standin::FCurve* c = CurveOf(m_ref, true);
     if (!c) return -1;
     return static_cast<LONG>(c->AddKey(frame.GetTime(), static_cast<double>(value), static_cast<int>(interpolation),
                                        ltx, lty, rtx, rty));
 }
 
 CStatus FCurve::PutInterpolation(siFCurveInterpolation interpolation) {
-    standin::FCurve* c = CurveOf(m_ref);
+    standin::FCurve* c = CurveOf(m_ref, true);
     if (!c) return CStatus::InvalidArgument;
     c->SetInterpolation(static_cast<int>(interpolation));
     return CStatus::OK;
@@ -554,7 +565,7 @@ siFCurveInterpolation FCurve::GetInterpolation() const {
 }
 
 CStatus FCurve::PutExtrapolation(siFCurveExtrapolation extrapolation) {
-    standin::FCurve* c = CurveOf(m_ref);
+    standin::FCurve* c = CurveOf(m_ref, true);
     if (!c) return CStatus::InvalidArgument;
     c->SetExtrapolation(static_cast<int>(extrapolation));
     return CStatus::OK;

@@ -1,5 +1,6 @@
-// Operators and their ports. The stand-in evaluates operators applied from presets; until a
-// scene holds one, these calls report that they have nothing to work on.
+// Operators, their ports and the update context.
+#include "scene/host_impl.h"
+#include "scene/operators.h"
 #include "sdk/wrap.h"
 #include "xsi_customoperator.h"
 #include "xsi_operator.h"
@@ -8,6 +9,45 @@
 
 using namespace XSI;
 using namespace standin;
+
+namespace {
+
+OperatorNode* OpOf(const CRef& ref) { return NodeOf<OperatorNode>(ref); }
+
+Port MakePort(OperatorNode* op, LONG port, LONG group, LONG instance) {
+    if (!op || group < 0 || static_cast<size_t>(group) >= op->preset.groups.size()) return Port();
+    const GroupSpec& g = op->preset.groups[static_cast<size_t>(group)];
+    if (port < 0 || static_cast<size_t>(port) >= g.ports.size()) return Port();
+    if (instance < 0 || static_cast<size_t>(instance) >= op->instances[static_cast<size_t>(group)].size()) return Port();
+    auto node = Make<PortNode>();
+    node->op = Ptr<OperatorNode>(op);
+    node->group = group;
+    node->port = port;
+    node->instance = instance;
+    node->name = g.ports[static_cast<size_t>(port)].name;
+    node->parent = op;
+    return Port(XSI::Host::RefOf(node.get()));
+}
+
+CRefArray Ports(OperatorNode* op, bool outputs) {
+    CRefArray out;
+    if (!op) return out;
+    for (size_t g = 0; g < op->preset.groups.size(); ++g)
+        for (size_t i = 0; i < op->instances[g].size(); ++i)
+            for (size_t p = 0; p < op->preset.groups[g].ports.size(); ++p)
+                if (op->preset.groups[g].ports[p].output == outputs)
+                    out.Add(MakePort(op, static_cast<LONG>(p), static_cast<LONG>(g), static_cast<LONG>(i)).GetRef());
+    return out;
+}
+
+PortNode* PortOf(const CRef& ref) { return NodeOf<PortNode>(ref); }
+
+OperatorNode* ContextOperator(const CRef& ref) {
+    auto* c = NodeOf<ContextNode>(ref);
+    return c ? NodeOf<OperatorNode>(c->source) : nullptr;
+}
+
+}  // namespace
 
 namespace XSI {
 
@@ -18,38 +58,87 @@ XSI_WRAPPER(InputPort, siInputPortID)
 XSI_WRAPPER(OutputPort, siOutputPortID)
 XSI_WRAPPER(UpdateContext, siUpdateContextID)
 
-Port Operator::GetPortAt(LONG, LONG, LONG) const { NotAvailable("Operator::GetPortAt"); return Port(); }
-LONG Operator::GetNumInstancesInGroup(LONG) const { NotAvailable("Operator::GetNumInstancesInGroup"); return 0; }
-LONG Operator::GetNumPortGroups() const { NotAvailable("Operator::GetNumPortGroups"); return 0; }
-LONG Operator::GetNumPortsInGroup(LONG) const { NotAvailable("Operator::GetNumPortsInGroup"); return 0; }
-CStatus Operator::ConnectToGroup(LONG, CRef&, LONG&) { return NotAvailable("Operator::ConnectToGroup"); }
-CStatus Operator::DisconnectGroup(LONG, LONG, bool) { return NotAvailable("Operator::DisconnectGroup"); }
-CValue Operator::GetInputValue(LONG, LONG, LONG) const { NotAvailable("Operator::GetInputValue"); return CValue(); }
-CRefArray Operator::GetInputPorts() const { NotAvailable("Operator::GetInputPorts"); return CRefArray(); }
-CRefArray Operator::GetOutputPorts() const { NotAvailable("Operator::GetOutputPorts"); return CRefArray(); }
+Port Operator::GetPortAt(LONG port, LONG group, LONG instance) const { return MakePort(OpOf(m_ref), port, group, instance); }
+
+LONG Operator::GetNumInstancesInGroup(LONG group) const {
+    OperatorNode* op = OpOf(m_ref);
+    if (!op || group < 0 || static_cast<size_t>(group) >= op->instances.size()) return 0;
+    return static_cast<LONG>(op->instances[static_cast<size_t>(group)].size());
+}
+
+LONG Operator::GetNumPortGroups() const {
+    OperatorNode* op = OpOf(m_ref);
+    return op ? static_cast<LONG>(op->preset.groups.size()) : 0;
+}
+
+LONG Operator::GetNumPortsInGroup(LONG group) const {
+    OperatorNode* op = OpOf(m_ref);
+    if (!op || group < 0 || static_cast<size_t>(group) >= op->preset.groups.size()) return 0;
+    return static_cast<LONG>(op->preset.groups[static_cast<size_t>(group)].ports.size());
+}
+
+CStatus Operator::ConnectToGroup(LONG group, CRef& object, LONG& out_instance) {
+    OperatorNode* op = OpOf(m_ref);
+    if (!op) return CStatus::InvalidArgument;
+    return op->Connect(group, object, out_instance);
+}
+
+CStatus Operator::DisconnectGroup(LONG group, LONG instance, bool) {
+    OperatorNode* op = OpOf(m_ref);
+    if (!op) return CStatus::InvalidArgument;
+    return op->Disconnect(group, instance);
+}
+
+CValue Operator::GetInputValue(LONG port, LONG group, LONG instance) const {
+    Port p = GetPortAt(port, group, instance);
+    return p.IsValid() ? CValue(p.GetTarget()) : CValue();
+}
+
+CRefArray Operator::GetInputPorts() const { return Ports(OpOf(m_ref), false); }
+CRefArray Operator::GetOutputPorts() const { return Ports(OpOf(m_ref), true); }
 bool Operator::GetMute() const { return false; }
 CStatus Operator::PutMute(bool) { return NotAvailable("Operator::PutMute"); }
 
 bool CustomOperator::GetAlwaysEvaluate() const { return false; }
 CStatus CustomOperator::PutAlwaysEvaluate(bool) { return NotAvailable("CustomOperator::PutAlwaysEvaluate"); }
 
-CRef Port::GetTarget() const { NotAvailable("Port::GetTarget"); return CRef(); }
-bool Port::IsConnected() const { return false; }
-LONG Port::GetIndex() const { return -1; }
-siPortType Port::GetPortType() const { return siPortInput; }
-LONG Port::GetGroupIndex() const { return -1; }
-CString Port::GetGroupName() const { return CString(); }
-LONG Port::GetGroupInstance() const { return -1; }
-CString Port::GetTargetPath() const { return CString(); }
-CValue InputPort::GetValue() const { NotAvailable("InputPort::GetValue"); return CValue(); }
+CRef Port::GetTarget() const {
+    PortNode* p = PortOf(m_ref);
+    return p ? p->Target() : CRef();
+}
+bool Port::IsConnected() const { return GetTarget().IsValid(); }
+LONG Port::GetIndex() const { PortNode* p = PortOf(m_ref); return p ? p->port : -1; }
+siPortType Port::GetPortType() const { return m_ref.IsA(siOutputPortID) ? siPortOutput : siPortInput; }
+LONG Port::GetGroupIndex() const { PortNode* p = PortOf(m_ref); return p ? p->group : -1; }
+CString Port::GetGroupName() const {
+    PortNode* p = PortOf(m_ref);
+    return p && p->op ? S(p->op->preset.groups[static_cast<size_t>(p->group)].name) : CString();
+}
+LONG Port::GetGroupInstance() const { PortNode* p = PortOf(m_ref); return p ? p->instance : -1; }
+CString Port::GetTargetPath() const { return GetTarget().GetAsText(); }
+CValue InputPort::GetValue() const { return IsValid() ? CValue(GetTarget()) : CValue(); }
 bool InputPort::GetOptional() const { return false; }
-CValue OutputPort::GetValue() const { NotAvailable("OutputPort::GetValue"); return CValue(); }
+CValue OutputPort::GetValue() const { return IsValid() ? CValue(GetTarget()) : CValue(); }
 CStatus OutputPort::PutValue(const CValue&) { return NotAvailable("OutputPort::PutValue"); }
 
-Operator UpdateContext::GetOperator() const { NotAvailable("UpdateContext::GetOperator"); return Operator(); }
+Operator UpdateContext::GetOperator() const {
+    OperatorNode* op = ContextOperator(m_ref);
+    return op ? Operator(XSI::Host::RefOf(op)) : Operator();
+}
+
 double UpdateContext::GetCurrentFrame() const { return standin::Host::Current().Frame(); }
-CValue UpdateContext::GetUserData() const { NotAvailable("UpdateContext::GetUserData"); return CValue(); }
-CStatus UpdateContext::PutUserData(const CValue&) { return NotAvailable("UpdateContext::PutUserData"); }
+
+CValue UpdateContext::GetUserData() const {
+    OperatorNode* op = ContextOperator(m_ref);
+    return op ? op->userData : CValue();
+}
+
+CStatus UpdateContext::PutUserData(const CValue& value) {
+    OperatorNode* op = ContextOperator(m_ref);
+    if (!op) return CStatus::InvalidArgument;
+    op->userData = value;
+    return CStatus::OK;
+}
 
 // ---- Lookup by path
 

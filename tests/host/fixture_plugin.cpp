@@ -104,3 +104,46 @@ SICALLBACK FixtureProp_PPGEvent(const CRef& in_ctxt) {
     }
     return CStatus::OK;
 }
+
+// ---- An operator: the value below, plus the property's Amount, plus each connected map.
+
+#include "xsi_clusterproperty.h"
+#include "xsi_operator.h"
+#include "xsi_port.h"
+#include "xsi_updatecontext.h"
+
+namespace {
+int g_updates = 0;
+}
+
+XSIPLUGINCALLBACK CStatus FixtureOp_Init(UpdateContext& ctx, LONG) {
+    ctx.PutUserData(CValue(static_cast<CValue::siPtrType>(new int(0))));
+    Log(L"init");
+    return CStatus::OK;
+}
+
+XSIPLUGINCALLBACK CStatus FixtureOp_Update(UpdateContext& ctx, OutputPort& out) {
+    int* calls = static_cast<int*>(static_cast<CValue::siPtrType>(ctx.GetUserData()));
+    ++*calls;
+    ++g_updates;
+    Operator op = ctx.GetOperator();
+    if (out.GetName() != CString(L"OutWeightMap")) return CStatus::OK;
+    ClusterProperty below(InputPort(op.GetPortAt(0, 0, 0)).GetValue());
+    CustomProperty prop(InputPort(op.GetPortAt(0, 1, 0)).GetValue());
+    CDoubleArray w = below.GetElements().GetArray();
+    double amount = prop.GetParameterValue(L"Amount");
+    for (LONG i = 0; i < w.GetCount(); ++i) w[i] += amount;
+    for (LONG k = 0; k < op.GetNumInstancesInGroup(2); ++k) {
+        CDoubleArray other = ClusterProperty(InputPort(op.GetPortAt(0, 2, k)).GetValue()).GetElements().GetArray();
+        for (LONG i = 0; i < w.GetCount() && i < other.GetCount(); ++i) w[i] += other[i];
+    }
+    ClusterProperty(out.GetValue()).GetElements().PutArray(w);
+    Log(L"update " + CString(CValue(LONG(g_updates))) + L" frame " + CString(CValue(ctx.GetCurrentFrame())));
+    return CStatus::OK;
+}
+
+XSIPLUGINCALLBACK CStatus FixtureOp_Term(UpdateContext& ctx, LONG) {
+    delete static_cast<int*>(static_cast<CValue::siPtrType>(ctx.GetUserData()));
+    Log(L"term");
+    return CStatus::OK;
+}

@@ -10,6 +10,7 @@
 #include "xsi_fcurve.h"
 #include "xsi_kinematics.h"
 #include "xsi_model.h"
+#include "xsi_nurbscurvelist.h"
 #include "xsi_polygonmesh.h"
 #include "xsi_primitive.h"
 #include "xsi_x3dobject.h"
@@ -247,14 +248,20 @@ TEST_F(SceneTest, ProjectionsHoldThreeValuesPerSample) {
     EXPECT_EQ(host.ExecuteCommand(L"CreateProjection", args, ret), CStatus::InvalidArgument);
 }
 
-TEST_F(SceneTest, UnavailableHostOperationsFailLoudly) {
+TEST_F(SceneTest, FailingHostOperationsSaySo) {
     size_t before = host.GetLog().Count();
     CValueArray args;
     CValue ret;
-    EXPECT_EQ(host.ExecuteCommand(L"ApplyOp", args, ret), CStatus::NotImpl);
+    EXPECT_EQ(host.ExecuteCommand(L"ApplyOp", args, ret), CStatus::InvalidArgument);
     EXPECT_EQ(host.ExecuteCommand(L"NoSuchCommand", args, ret), CStatus::MemberNotFound);
-    ASSERT_EQ(host.GetLog().Count(), before + 2);
-    EXPECT_EQ(host.GetLog().entries()[before].severity, siErrorMsg);
+    // An operation this host does not provide fails loudly instead of inventing an answer.
+    MATH::CVector3 p, out;
+    LONG index = 0;
+    double d2 = 0, u = 0;
+    EXPECT_EQ(NurbsCurveList().GetClosestCurvePosition(p, index, d2, u, out), CStatus::NotImpl);
+    ASSERT_EQ(host.GetLog().Count(), before + 3);
+    for (size_t i = before; i < before + 3; ++i) EXPECT_EQ(host.GetLog().entries()[i].severity, siErrorMsg);
+    EXPECT_EQ(host.GetLog().entries()[before + 1].text, L"Unknown command: NoSuchCommand");
 }
 
 }  // namespace
