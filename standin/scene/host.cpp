@@ -196,17 +196,33 @@ void Host::Delete(const CRef& ref) {
     std::erase_if(m_impl->selected, [](const CRef& r) { return !r.IsValid(); });
 }
 
-CRef Host::CreatePolyMesh(const std::wstring& name, mesh::PolyMesh m, const CRef& parent) {
-    X3DNode* p = ParentFor(*this, parent);
-    Ptr<X3DNode> obj = NewObject(*p, name, XSI::siX3DObjectID);
+namespace {
+CRef NewGeometryObject(Host& host, const std::wstring& name, const CRef& parent, const wchar_t* type,
+                       Ptr<GeometryNode> geometry) {
+    Ptr<X3DNode> obj = NewObject(*ParentFor(host, parent), name, XSI::siX3DObjectID);
     auto prim = Make<PrimitiveNode>();
-    prim->type = L"polymsh";
-    prim->name = L"polymsh";
+    prim->type = type;
+    prim->name = type;
     prim->parent = obj.get();
-    prim->geometry = Make<PolyMeshNode>(std::move(m));
-    prim->geometry->parent = prim.get();
+    prim->geometry = geometry;
+    geometry->parent = prim.get();
     obj->primitive = prim;
     return XSI::Host::RefOf(obj.get());
+}
+}  // namespace
+
+CRef Host::CreatePolyMesh(const std::wstring& name, mesh::PolyMesh m, const CRef& parent) {
+    return NewGeometryObject(*this, name, parent, L"polymsh", Make<PolyMeshNode>(std::move(m)));
+}
+
+CRef Host::CreateCurveList(const std::wstring& name, std::vector<nurbs::Curve> curves, const CRef& parent) {
+    if (curves.empty()) throw std::invalid_argument("a curve object needs at least one curve");
+    return NewGeometryObject(*this, name, parent, L"crvlist", Make<CurveListNode>(std::move(curves)));
+}
+
+CRef Host::CreateSurfaceMesh(const std::wstring& name, std::vector<nurbs::Surface> surfaces, const CRef& parent) {
+    if (surfaces.empty()) throw std::invalid_argument("a surface object needs at least one surface");
+    return NewGeometryObject(*this, name, parent, L"surfmsh", Make<SurfaceMeshNode>(std::move(surfaces)));
 }
 
 CRef Host::CreatePrim(const std::wstring& kind, const std::wstring& name, const std::map<std::wstring, double>& o,

@@ -17,6 +17,7 @@
 
 #include "core/object.h"
 #include "mesh/polymesh.h"
+#include "nurbs/nurbs.h"
 #include "ui/log.h"
 #include "ui/progress.h"
 #include "xsi_value.h"
@@ -94,6 +95,9 @@ public:
                     const std::map<std::wstring, double>& options = {}, const CRef& parent = CRef());
     CRef CreatePolyMesh(const std::wstring& name, mesh::PolyMesh mesh, const CRef& parent = CRef());
     CRef ImportObj(const std::filesystem::path& file, const std::wstring& name = L"");
+    // Curve and surface objects.
+    CRef CreateCurveList(const std::wstring& name, std::vector<nurbs::Curve> curves, const CRef& parent = CRef());
+    CRef CreateSurfaceMesh(const std::wstring& name, std::vector<nurbs::Surface> surfaces, const CRef& parent = CRef());
     CRef CreateNull(const std::wstring& name, const CRef& parent = CRef());
     CRef CreateModel(const std::wstring& name, const CRef& parent = CRef());
 

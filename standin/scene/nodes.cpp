@@ -159,6 +159,35 @@ std::wstring PolyMeshNode::ComponentText(LONG cls, LLONG index) const {
     return base + L"." + kind + L"[" + std::to_wstring(index) + L"]";
 }
 
+LONG CurveListNode::PointCount() const {
+    LONG n = 0;
+    for (const auto& c : curves) n += static_cast<LONG>(c.ControlPoints().size());
+    return n;
+}
+
+LONG CurveListNode::ComponentCount(const std::wstring& t) const { return t == L"pnt" ? PointCount() : -1; }
+
+mesh::Vec3 CurveListNode::PointPosition(LLONG index) const {
+    for (const auto& c : curves) {
+        if (index < static_cast<LLONG>(c.ControlPoints().size())) return c.ControlPoints()[static_cast<size_t>(index)];
+        index -= static_cast<LLONG>(c.ControlPoints().size());
+    }
+    return {};
+}
+
+bool CurveListNode::ComponentExists(LONG cls, LLONG index) const {
+    if (index < 0) return false;
+    if (cls == XSI::siNurbsCurveID) return index < static_cast<LLONG>(curves.size());
+    if (cls == XSI::siPointID) return index < PointCount();
+    return false;
+}
+
+std::wstring CurveListNode::ComponentText(LONG cls, LLONG index) const {
+    const Object* owner = parent ? parent->parent : nullptr;
+    std::wstring base = owner ? owner->FullName() : FullName();
+    return base + (cls == XSI::siNurbsCurveID ? L".crv[" : L".pnt[") + std::to_wstring(index) + L"]";
+}
+
 void PrimitiveNode::Children(std::vector<Object*>& out) const {
     ProjectItemNode::Children(out);
     for (const auto& c : clusters) out.push_back(c.get());

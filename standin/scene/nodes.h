@@ -13,6 +13,7 @@
 #include "anim/fcurve.h"
 #include "core/object.h"
 #include "mesh/polymesh.h"
+#include "nurbs/nurbs.h"
 #include "ui/layout.h"
 #include "xsi_transformation.h"
 #include "xsi_value.h"
@@ -115,6 +116,32 @@ struct GeometryNode : Object {
     virtual LONG PointCount() const = 0;
     // Number of elements of a cluster type ("pnt", "poly", "edge", "sample"); -1 when not supported.
     virtual LONG ComponentCount(const std::wstring& clusterType) const = 0;
+    // Object-space position of point `index` (< PointCount()).
+    virtual mesh::Vec3 PointPosition(LLONG index) const = 0;
+};
+
+// A curve object's geometry: its curves; its points are the curves' control points in order.
+struct CurveListNode : GeometryNode {
+    std::vector<nurbs::Curve> curves;
+    explicit CurveListNode(std::vector<nurbs::Curve> c) : curves(std::move(c)) {}
+    siClassID ClassID() const override { return XSI::siNurbsCurveListID; }
+    std::wstring TypeName() const override { return L"crvlist"; }
+    LONG PointCount() const override;
+    LONG ComponentCount(const std::wstring& clusterType) const override;
+    mesh::Vec3 PointPosition(LLONG index) const override;
+    bool ComponentExists(LONG cls, LLONG index) const override;
+    std::wstring ComponentText(LONG cls, LLONG index) const override;
+};
+
+// A surface object's geometry: its NURBS surfaces (points are not addressed one by one).
+struct SurfaceMeshNode : GeometryNode {
+    std::vector<nurbs::Surface> surfaces;
+    explicit SurfaceMeshNode(std::vector<nurbs::Surface> s) : surfaces(std::move(s)) {}
+    siClassID ClassID() const override { return XSI::siNurbsSurfaceMeshID; }
+    std::wstring TypeName() const override { return L"surfmsh"; }
+    LONG PointCount() const override { return 0; }
+    LONG ComponentCount(const std::wstring& clusterType) const override { return clusterType == L"pnt" ? 0 : -1; }
+    mesh::Vec3 PointPosition(LLONG) const override { return {}; }
 };
 
 struct PolyMeshNode : GeometryNode {
@@ -124,6 +151,7 @@ struct PolyMeshNode : GeometryNode {
     std::wstring TypeName() const override { return L"polymsh"; }
     LONG PointCount() const override { return mesh.VertexCount(); }
     LONG ComponentCount(const std::wstring& clusterType) const override;
+    mesh::Vec3 PointPosition(LLONG index) const override { return mesh.Positions()[static_cast<size_t>(index)]; }
     bool ComponentExists(LONG cls, LLONG index) const override;
     std::wstring ComponentText(LONG cls, LLONG index) const override;
 };

@@ -111,8 +111,13 @@ Geometry Primitive::GetGeometry(double) const {
 Geometry Primitive::GetGeometry(double time, siConstructionMode) const { return GetGeometry(time); }
 
 CPointRefArray Geometry::GetPoints() const {
-    auto* m = NodeOf<PolyMeshNode>(m_ref);
-    return AllComponents<CPointRefArray>(m, siPointID, m ? m->mesh.VertexCount() : 0);
+    CPointRefArray out;
+    auto* g = NodeOf<GeometryNode>(m_ref);
+    if (!g) return out;
+    LONG n = g->PointCount();
+    out.Reserve(n);
+    for (LONG i = 0; i < n; ++i) out.Add(CRef::FromHost(g, siPointID, i));
+    return out;
 }
 
 CFacetRefArray Geometry::GetFacets() const {
@@ -223,9 +228,9 @@ XSI_WRAPPER(Vertex, siVertexID)
 LONG Point::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
 
 MATH::CVector3 Point::GetPosition() const {
-    PolyMeshNode* m = MeshOf(m_ref);
-    if (!m) return MATH::CVector3();
-    const auto& p = m->mesh.Positions()[static_cast<size_t>(IndexOf(m_ref))];
+    auto* g = m_ref.IsValid() ? dynamic_cast<GeometryNode*>(m_ref.GetHostObject()) : nullptr;
+    if (!g) return MATH::CVector3();
+    mesh::Vec3 p = g->PointPosition(m_ref.GetComponentIndex());
     return MATH::CVector3(p.x, p.y, p.z);
 }
 
@@ -256,9 +261,10 @@ CLongArray CPointRefArray::GetIndexArray() const {
 MATH::CVector3Array CPointRefArray::GetPositionArray() const {
     MATH::CVector3Array out(GetCount());
     for (LONG i = 0; i < GetCount(); ++i) {
-        PolyMeshNode* m = MeshOf((*this)[i]);
-        if (!m) continue;
-        const auto& p = m->mesh.Positions()[static_cast<size_t>(IndexOf((*this)[i]))];
+        const CRef& r = (*this)[i];
+        auto* g = r.IsValid() ? dynamic_cast<GeometryNode*>(r.GetHostObject()) : nullptr;
+        if (!g) continue;
+        mesh::Vec3 p = g->PointPosition(r.GetComponentIndex());
         out[i].Set(p.x, p.y, p.z);
     }
     return out;
@@ -540,33 +546,133 @@ CLongArray CSampleRefArray::GetIndexArray() const {
     return out;
 }
 
-// ---- NURBS curves and surfaces come with the stand-in's curve and surface geometry.
+// ---- NURBS curves and surfaces
 
 XSI_WRAPPER(NurbsCurve, siNurbsCurveID)
 XSI_WRAPPER(NurbsCurveList, siNurbsCurveListID)
 XSI_WRAPPER(NurbsSurfaceMesh, siNurbsSurfaceMeshID)
 
-CStatus NurbsCurve::GetNormalizedUFromU(double, double&) const { return NotAvailable("NurbsCurve::GetNormalizedUFromU"); }
-CStatus NurbsCurve::GetUFromNormalizedU(double, double&) const { return NotAvailable("NurbsCurve::GetUFromNormalizedU"); }
-CStatus NurbsCurve::EvaluatePosition(double, MATH::CVector3&, MATH::CVector3&, MATH::CVector3&, MATH::CVector3&) const {
-    return NotAvailable("NurbsCurve::EvaluatePosition");
+namespace {
+const nurbs::Curve* CurveOf(const CRef& ref) {
+    if (!ref.IsValid() || ref.GetComponentClass() != siNurbsCurveID) return nullptr;
+    auto* list = dynamic_cast<CurveListNode*>(ref.GetHostObject());
+    return list ? &list->curves[static_cast<size_t>(ref.GetComponentIndex())] : nullptr;
 }
-CStatus NurbsCurve::GetLength(double&) const { return NotAvailable("NurbsCurve::GetLength"); }
-CStatus NurbsCurve::GetDegree(LONG&) const { return NotAvailable("NurbsCurve::GetDegree"); }
-CStatus NurbsCurve::GetClosed(bool&) const { return NotAvailable("NurbsCurve::GetClosed"); }
+MATH::CVector3 V(const mesh::Vec3& p) { return MATH::CVector3(p.x, p.y, p.z); }
+}  // namespace
+
+CStatus NurbsCurve::GetNormalizedUFromU(double u, double& out) const {
+    const nurbs::Curve* c = CurveOf(m_ref);
+    if (!c) return CStatus::InvalidArgument;
+    out = c->NormalizedFromU(u);
+    return CStatus::OK;
+}
+
+CStatus NurbsCurve::GetUFromNormalizedU(double n, double& out) const {
+    const nurbs::Curve* c = CurveOf(m_ref);
+    if (!c) return CStatus::InvalidArgument;
+    out = c->UFromNormalized(n);
+    return CStatus::OK;
+}
+
+CStatus NurbsCurve::EvaluatePosition(double u, MATH::CVector3& pos, MATH::CVector3& tangent, MATH::CVector3& normal,
+                                     MATH::CVector3& binormal) const {
+    const nurbs::Curve* c = CurveOf(m_ref);
+    if (!c) return CStatus::InvalidArgument;
+    pos = V(c->Evaluate(u));
+    tangent = V(c->Derivative(u));
+    tangent.NormalizeInPlace();
+    // A normal perpendicular to the tangent, leaning toward +Y where it can.
+    MATH::CVector3 up(0, 1, 0);
+    if (std::abs(tangent.Dot(up)) > 0.99) up.Set(1, 0, 0);
+    binormal.Cross(tangent, up);
+    binormal.NormalizeInPlace();
+    normal.Cross(binormal, tangent);
+    return CStatus::OK;
+}
+
+CStatus NurbsCurve::GetLength(double& out) const {
+    const nurbs::Curve* c = CurveOf(m_ref);
+    if (!c) return CStatus::InvalidArgument;
+    out = c->Length();
+    return CStatus::OK;
+}
+
+CStatus NurbsCurve::GetDegree(LONG& out) const {
+    const nurbs::Curve* c = CurveOf(m_ref);
+    if (!c) return CStatus::InvalidArgument;
+    out = c->Degree();
+    return CStatus::OK;
+}
+
+CStatus NurbsCurve::GetClosed(bool& out) const {
+    const nurbs::Curve* c = CurveOf(m_ref);
+    if (!c) return CStatus::InvalidArgument;
+    out = c->Closed();
+    return CStatus::OK;
+}
+
 LONG NurbsCurve::GetIndex() const { return m_ref.IsValid() ? static_cast<LONG>(m_ref.GetComponentIndex()) : -1; }
+
 CNurbsCurveRefArray NurbsCurveList::GetCurves() const {
-    NotAvailable("NurbsCurveList::GetCurves");
-    return CNurbsCurveRefArray();
+    CNurbsCurveRefArray out;
+    auto* list = NodeOf<CurveListNode>(m_ref);
+    if (!list) return out;
+    for (size_t i = 0; i < list->curves.size(); ++i) out.Add(CRef::FromHost(list, siNurbsCurveID, static_cast<LLONG>(i)));
+    return out;
 }
-CStatus NurbsCurveList::GetClosestCurvePosition(MATH::CVector3&, LONG&, double&, double&, MATH::CVector3&) const {
-    return NotAvailable("NurbsCurveList::GetClosestCurvePosition");
+
+CStatus NurbsCurveList::GetClosestCurvePosition(MATH::CVector3& in_pos, LONG& out_index, double& out_d2, double& out_u,
+                                                MATH::CVector3& out_pos) const {
+    auto* list = NodeOf<CurveListNode>(m_ref);
+    if (!list || list->curves.empty()) return CStatus::InvalidArgument;
+    mesh::Vec3 p{in_pos.GetX(), in_pos.GetY(), in_pos.GetZ()};
+    out_d2 = -1.0;
+    for (size_t i = 0; i < list->curves.size(); ++i) {
+        nurbs::CurvePoint c = list->curves[i].Closest(p);
+        if (out_d2 < 0 || c.squaredDistance < out_d2) {
+            out_d2 = c.squaredDistance;
+            out_index = static_cast<LONG>(i);
+            out_u = c.u;
+            out_pos = V(c.position);
+        }
+    }
+    return CStatus::OK;
 }
-CStatus NurbsCurveList::GetLength(double&) const { return NotAvailable("NurbsCurveList::GetLength"); }
-CStatus NurbsCurveList::GetClosed(bool&) const { return NotAvailable("NurbsCurveList::GetClosed"); }
-CStatus NurbsSurfaceMesh::GetClosestSurfacePosition(MATH::CVector3&, LONG&, double&, double&, double&,
-                                                    MATH::CVector3&) const {
-    return NotAvailable("NurbsSurfaceMesh::GetClosestSurfacePosition");
+
+CStatus NurbsCurveList::GetLength(double& out) const {
+    auto* list = NodeOf<CurveListNode>(m_ref);
+    if (!list) return CStatus::InvalidArgument;
+    out = 0.0;
+    for (const auto& c : list->curves) out += c.Length();
+    return CStatus::OK;
+}
+
+CStatus NurbsCurveList::GetClosed(bool& out) const {
+    auto* list = NodeOf<CurveListNode>(m_ref);
+    if (!list) return CStatus::InvalidArgument;
+    out = !list->curves.empty();
+    for (const auto& c : list->curves) out = out && c.Closed();
+    return CStatus::OK;
+}
+
+CStatus NurbsSurfaceMesh::GetClosestSurfacePosition(MATH::CVector3& in_pos, LONG& out_index, double& out_d2,
+                                                    double& out_u, double& out_v, MATH::CVector3& out_pos) const {
+    auto* surfaces = NodeOf<SurfaceMeshNode>(m_ref);
+    if (!surfaces || surfaces->surfaces.empty()) return CStatus::InvalidArgument;
+    mesh::Vec3 p{in_pos.GetX(), in_pos.GetY(), in_pos.GetZ()};
+    out_d2 = -1.0;
+    for (size_t i = 0; i < surfaces->surfaces.size(); ++i) {
+        nurbs::SurfacePoint c = surfaces->surfaces[i].Closest(p);
+        if (out_d2 < 0 || c.squaredDistance < out_d2) {
+            out_d2 = c.squaredDistance;
+            out_index = static_cast<LONG>(i);
+            out_u = c.u;
+            out_v = c.v;
+            out_pos = V(c.position);
+        }
+    }
+    return CStatus::OK;
 }
 
 // ---- Clusters and cluster properties

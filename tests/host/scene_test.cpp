@@ -11,6 +11,9 @@
 #include "xsi_kinematics.h"
 #include "xsi_model.h"
 #include "xsi_nurbscurvelist.h"
+#include "xsi_nurbssurfacemesh.h"
+
+#include <cmath>
 #include "xsi_polygonmesh.h"
 #include "xsi_primitive.h"
 #include "xsi_x3dobject.h"
@@ -248,6 +251,48 @@ TEST_F(SceneTest, ProjectionsHoldThreeValuesPerSample) {
     EXPECT_EQ(host.ExecuteCommand(L"CreateProjection", args, ret), CStatus::InvalidArgument);
 }
 
+TEST_F(SceneTest, CurveAndSurfaceObjectsAnswerClosestPointQueries) {
+    std::vector<standin::nurbs::Curve> curves{standin::nurbs::Circle(2.0), standin::nurbs::Spiral(1.0, 4.0, 1.5)};
+    X3DObject obj(host.CreateCurveList(L"curves", curves));
+    EXPECT_EQ(Text(obj.GetType()), L"crvlist");
+    EXPECT_EQ(Text(obj.GetActivePrimitive().GetFullName()), L"curves.crvlist");
+    NurbsCurveList list(obj.GetActivePrimitive().GetGeometry());
+    ASSERT_TRUE(list.IsValid());
+    EXPECT_EQ(list.GetRef().GetClassID(), siNurbsCurveListID);
+    CNurbsCurveRefArray crvs = list.GetCurves();
+    ASSERT_EQ(crvs.GetCount(), 2);
+    MATH::CVector3 p(5, 0, 0), pos;
+    LONG index = -1;
+    double d2 = 0, u = 0;
+    ASSERT_EQ(list.GetClosestCurvePosition(p, index, d2, u, pos), CStatus::OK);
+    EXPECT_EQ(index, 0);
+    EXPECT_NEAR(std::sqrt(d2), 3.0, 0.02);
+    MATH::CVector3 diff;
+    diff.Sub(pos, p);
+    EXPECT_NEAR(diff.GetLength(), std::sqrt(d2), 1e-9);
+    double n = -1;
+    NurbsCurve(crvs[0]).GetNormalizedUFromU(u, n);
+    EXPECT_GE(n, 0.0);
+    EXPECT_LE(n, 1.0);
+    LONG degree = 0;
+    bool closed = false;
+    NurbsCurve(crvs[0]).GetDegree(degree);
+    NurbsCurve(crvs[1]).GetClosed(closed);
+    EXPECT_EQ(degree, 3);
+    EXPECT_FALSE(closed);
+    EXPECT_GT(list.GetPoints().GetCount(), 8);
+
+    X3DObject surf(host.CreateSurfaceMesh(L"floor", {standin::nurbs::GridSurface(4, 4, 2, 2)}));
+    NurbsSurfaceMesh mesh(surf.GetActivePrimitive().GetGeometry());
+    ASSERT_TRUE(mesh.IsValid());
+    MATH::CVector3 above(0.5, 3, 0.25);
+    double v = 0;
+    ASSERT_EQ(mesh.GetClosestSurfacePosition(above, index, d2, u, v, pos), CStatus::OK);
+    EXPECT_NEAR(d2, 9.0, 1e-6);
+    EXPECT_NEAR(pos.GetX(), 0.5, 1e-6);
+    EXPECT_NEAR(pos.GetZ(), 0.25, 1e-6);
+}
+
 TEST_F(SceneTest, FailingHostOperationsSaySo) {
     size_t before = host.GetLog().Count();
     CValueArray args;
@@ -255,10 +300,7 @@ TEST_F(SceneTest, FailingHostOperationsSaySo) {
     EXPECT_EQ(host.ExecuteCommand(L"ApplyOp", args, ret), CStatus::InvalidArgument);
     EXPECT_EQ(host.ExecuteCommand(L"NoSuchCommand", args, ret), CStatus::MemberNotFound);
     // An operation this host does not provide fails loudly instead of inventing an answer.
-    MATH::CVector3 p, out;
-    LONG index = 0;
-    double d2 = 0, u = 0;
-    EXPECT_EQ(NurbsCurveList().GetClosestCurvePosition(p, index, d2, u, out), CStatus::NotImpl);
+    EXPECT_EQ(Point().PutPosition(MATH::CVector3(1, 2, 3)), CStatus::NotImpl);
     ASSERT_EQ(host.GetLog().Count(), before + 3);
     for (size_t i = before; i < before + 3; ++i) EXPECT_EQ(host.GetLog().entries()[i].severity, siErrorMsg);
     EXPECT_EQ(host.GetLog().entries()[before + 1].text, L"Unknown command: NoSuchCommand");
