@@ -130,6 +130,7 @@ void Host::Clear() {
     Impl& d = *m_impl;
     if (d.root) d.root->MarkDeleted();
     d.selected.clear();
+    d.deforming.clear();
     d.root = Make<ModelNode>();
     d.root->name = L"Scene_Root";
     d.root->local.SetIdentity();
@@ -286,6 +287,38 @@ void Host::ClearSelection() { m_impl->selected.clear(); }
 void Host::SetFrame(double frame) {
     m_frame = frame;
     if (ParameterNode* p = m_impl->playControl->FindParam(L"Current")) p->value = CValue(frame);
+    std::erase_if(m_impl->deforming, [](const Ptr<PolyMeshNode>& m) { return !m->alive; });
+    for (const auto& m : m_impl->deforming) m->ApplyKeyedPositions(frame);
+}
+
+void Host::SetPointPositions(const CRef& object, std::vector<mesh::Vec3> positions, std::optional<double> frame) {
+    auto* x = XSI::Host::As<X3DNode>(object);
+    auto* m = x && x->primitive ? dynamic_cast<PolyMeshNode*>(x->primitive->geometry.get()) : nullptr;
+    if (!m) throw std::invalid_argument(XSI::Host::ToUtf8(std::wstring(object.GetAsText().GetWideString())) + " is not a polygon mesh object");
+    if (positions.size() != static_cast<size_t>(m->mesh.VertexCount()))
+        throw std::invalid_argument(std::to_string(positions.size()) + " positions for " + std::to_string(m->mesh.VertexCount()) + " points");
+    if (!frame) {
+        m->keyedPositions.clear();
+        m->mesh.SetPositions(positions);
+        XSI::Host::Touch(m);
+        XSI::Host::Touch(m->parent);
+        return;
+    }
+    m->keyedPositions[*frame] = std::move(positions);
+    if (std::find(m_impl->deforming.begin(), m_impl->deforming.end(), Ptr<PolyMeshNode>(m)) == m_impl->deforming.end())
+        m_impl->deforming.emplace_back(m);
+    m->ApplyKeyedPositions(m_frame);
+}
+
+void Host::SetTransform(const CRef& object, const MATH::CTransformation& local, std::optional<double> frame) {
+    auto* x = XSI::Host::As<X3DNode>(object);
+    if (!x || x->IsRoot()) throw std::invalid_argument(XSI::Host::ToUtf8(std::wstring(object.GetAsText().GetWideString())) + " is not a 3D object");
+    if (frame) x->localKeys[*frame] = local;
+    else {
+        x->local = local;
+        x->localKeys.clear();
+    }
+    XSI::Host::Touch(x);
 }
 
 void Host::AddPresetFolder(const std::filesystem::path& folder) {

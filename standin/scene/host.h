@@ -20,10 +20,12 @@
 #include "nurbs/nurbs.h"
 #include "ui/log.h"
 #include "ui/progress.h"
+#include "xsi_transformation.h"
 #include "xsi_value.h"
 
 namespace standin {
 
+namespace MATH = XSI::MATH;
 using XSI::CRef;
 using XSI::CStatus;
 using XSI::CValue;
@@ -100,6 +102,11 @@ public:
     CRef CreateSurfaceMesh(const std::wstring& name, std::vector<nurbs::Surface> surfaces, const CRef& parent = CRef());
     CRef CreateNull(const std::wstring& name, const CRef& parent = CRef());
     CRef CreateModel(const std::wstring& name, const CRef& parent = CRef());
+
+    // Animation: a mesh's point positions, and an object's local transform, set for good or
+    // keyed at a frame (between keys they move linearly; outside, the end key holds).
+    void SetPointPositions(const CRef& object, std::vector<mesh::Vec3> positions, std::optional<double> frame = {});
+    void SetTransform(const CRef& object, const MATH::CTransformation& local, std::optional<double> frame = {});
 
     // Selection.
     std::vector<CRef> Selection() const;

@@ -24,6 +24,7 @@ struct Host::Impl {
     Ptr<CustomPropertyNode> playControl;
     Ptr<ServiceNode> application, selection, dictionary, uiToolkit, progressBar;
     std::vector<CRef> selected;
+    std::vector<Ptr<PolyMeshNode>> deforming;  // meshes with keyed point positions
 
     std::vector<LoadedPlugin> plugins;
     std::vector<Ptr<CommandNode>> commands;          // registration order

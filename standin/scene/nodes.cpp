@@ -106,9 +106,27 @@ void X3DNode::Children(std::vector<Object*>& out) const {
 
 MATH::CTransformation X3DNode::LocalAt(double frame) const {
     if (localKeys.empty()) return local;
-    auto it = localKeys.upper_bound(frame);
-    if (it == localKeys.begin()) return it->second;
-    return std::prev(it)->second;
+    auto next = localKeys.lower_bound(frame);
+    if (next == localKeys.begin()) return next->second;
+    if (next == localKeys.end()) return std::prev(next)->second;
+    if (next->first == frame) return next->second;
+    // Between two keys: scale, rotation angles and translation move linearly.
+    auto prev = std::prev(next);
+    double a = (frame - prev->first) / (next->first - prev->first);
+    double s0[3], s1[3], r0[3], r1[3], t0[3], t1[3];
+    prev->second.GetScalingValues(s0[0], s0[1], s0[2]);
+    next->second.GetScalingValues(s1[0], s1[1], s1[2]);
+    prev->second.GetRotationFromXYZAnglesValues(r0[0], r0[1], r0[2]);
+    next->second.GetRotationFromXYZAnglesValues(r1[0], r1[1], r1[2]);
+    prev->second.GetTranslationValues(t0[0], t0[1], t0[2]);
+    next->second.GetTranslationValues(t1[0], t1[1], t1[2]);
+    auto mix = [a](const double* x, const double* y, int i) { return x[i] + (y[i] - x[i]) * a; };
+    MATH::CTransformation t;
+    t.SetIdentity();
+    t.SetScalingFromValues(mix(s0, s1, 0), mix(s0, s1, 1), mix(s0, s1, 2));
+    t.SetRotationFromXYZAnglesValues(mix(r0, r1, 0), mix(r0, r1, 1), mix(r0, r1, 2));
+    t.SetTranslationFromValues(mix(t0, t1, 0), mix(t0, t1, 1), mix(t0, t1, 2));
+    return t;
 }
 
 MATH::CTransformation X3DNode::GlobalAt(double frame) const {
@@ -126,6 +144,31 @@ MATH::CTransformation X3DNode::GlobalAt(double frame) const {
 std::wstring GeometryNode::FullName() const { return parent ? parent->FullName() : name; }
 
 PrimitiveNode* GeometryNode::Primitive() const { return static_cast<PrimitiveNode*>(parent); }
+
+void PolyMeshNode::ApplyKeyedPositions(double frame) {
+    if (keyedPositions.empty()) return;
+    auto next = keyedPositions.lower_bound(frame);
+    std::vector<mesh::Vec3> pos;
+    if (next == keyedPositions.begin()) pos = next->second;
+    else if (next == keyedPositions.end()) pos = std::prev(next)->second;
+    else {
+        auto prev = std::prev(next);
+        double a = (frame - prev->first) / (next->first - prev->first);
+        pos = prev->second;
+        for (size_t i = 0; i < pos.size(); ++i) {
+            pos[i].x += (next->second[i].x - pos[i].x) * a;
+            pos[i].y += (next->second[i].y - pos[i].y) * a;
+            pos[i].z += (next->second[i].z - pos[i].z) * a;
+        }
+    }
+    auto cur = mesh.Positions();
+    if (std::equal(pos.begin(), pos.end(), cur.begin(), cur.end(),
+                   [](const mesh::Vec3& p, const mesh::Vec3& q) { return p.x == q.x && p.y == q.y && p.z == q.z; }))
+        return;
+    mesh.SetPositions(pos);
+    Touch(this);
+    Touch(parent);
+}
 
 LONG PolyMeshNode::ComponentCount(const std::wstring& t) const {
     if (t == L"pnt") return mesh.VertexCount();

@@ -146,6 +146,9 @@ struct SurfaceMeshNode : GeometryNode {
 
 struct PolyMeshNode : GeometryNode {
     mesh::PolyMesh mesh;
+    // Point positions keyed by frame (a deforming mesh); between keys they move linearly.
+    std::map<double, std::vector<mesh::Vec3>> keyedPositions;
+    void ApplyKeyedPositions(double frame);
     explicit PolyMeshNode(mesh::PolyMesh m) : mesh(std::move(m)) {}
     siClassID ClassID() const override { return XSI::siPolygonMeshID; }
     std::wstring TypeName() const override { return L"polymsh"; }

@@ -1,6 +1,7 @@
 #include "script/lua_host.h"
 
 #include <cmath>
+#include <optional>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
@@ -13,6 +14,7 @@ extern "C" {
 }
 
 #include "core/text.h"
+#include "nurbs/nurbs.h"
 #include "scene/host.h"
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
@@ -196,6 +198,120 @@ int CreateModel(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         PushPath(L, g_host->CreateModel(Wide(ArgString(L, 1, "a name")), OptParent(L, 2)));
         return 1;
+    });
+}
+
+std::vector<standin::mesh::Vec3> PointList(lua_State* L, int i) {
+    if (!lua_istable(L, i)) throw ScriptError("expected a table of points {{x, y, z}, ...} as argument " + std::to_string(i));
+    std::vector<standin::mesh::Vec3> out;
+    int n = static_cast<int>(lua_objlen(L, i));
+    for (int k = 1; k <= n; ++k) {
+        lua_rawgeti(L, i, k);
+        int t = lua_gettop(L);
+        if (!lua_istable(L, t)) throw ScriptError("point " + std::to_string(k) + " is not a table {x, y, z}");
+        double xyz[3];
+        for (int c = 0; c < 3; ++c) {
+            lua_rawgeti(L, t, c + 1);
+            xyz[c] = ArgNumber(L, lua_gettop(L), "a coordinate");
+            lua_pop(L, 1);
+        }
+        lua_pop(L, 1);
+        out.push_back({xyz[0], xyz[1], xyz[2]});
+    }
+    return out;
+}
+
+double OptNumber(lua_State* L, int i, double fallback) { return lua_isnoneornil(L, i) ? fallback : ArgNumber(L, i, "a number"); }
+
+int CreateCurve(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        std::string name = ArgString(L, 1, "a name");
+        nurbs::Curve c(PointList(L, 2), static_cast<int>(OptNumber(L, 3, 3)), lua_toboolean(L, 4) != 0);
+        PushPath(L, g_host->CreateCurveList(Wide(name), {c}, OptParent(L, 5)));
+        return 1;
+    });
+}
+
+int CreateCircle(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        std::string name = ArgString(L, 1, "a name");
+        PushPath(L, g_host->CreateCurveList(Wide(name), {nurbs::Circle(OptNumber(L, 2, 1.0), static_cast<int>(OptNumber(L, 3, 8)))}));
+        return 1;
+    });
+}
+
+int CreateSpiral(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        std::string name = ArgString(L, 1, "a name");
+        PushPath(L, g_host->CreateCurveList(Wide(name), {nurbs::Spiral(OptNumber(L, 2, 1.0), OptNumber(L, 3, 2.0), OptNumber(L, 4, 2.0))}));
+        return 1;
+    });
+}
+
+int CreateSurface(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        std::string kind = ArgString(L, 1, "a surface kind (Grid or Sphere)");
+        std::string name = ArgString(L, 2, "a name");
+        auto opt = [&](const char* key, double fallback) {
+            double v = fallback;
+            if (lua_istable(L, 3)) {
+                lua_getfield(L, 3, key);
+                if (!lua_isnil(L, -1)) v = ArgNumber(L, lua_gettop(L), key);
+                lua_pop(L, 1);
+            }
+            return v;
+        };
+        std::vector<nurbs::Surface> s;
+        if (kind == "Grid") s.push_back(nurbs::GridSurface(opt("sizex", 8), opt("sizez", 8), static_cast<int>(opt("spansu", 4)), static_cast<int>(opt("spansv", 4))));
+        else if (kind == "Sphere") s.push_back(nurbs::SphereSurface(opt("radius", 4), static_cast<int>(opt("spansu", 8)), static_cast<int>(opt("spansv", 6))));
+        else throw ScriptError("unknown surface '" + kind + "' (Grid or Sphere)");
+        PushPath(L, g_host->CreateSurfaceMesh(Wide(name), std::move(s), OptParent(L, 4)));
+        return 1;
+    });
+}
+
+// SetTransform(object, {pos = {x, y, z}, rot = {x, y, z} (degrees), scl = {x, y, z}}[, frame])
+int SetTransform(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        CRef obj = Lookup(ArgString(L, 1, "an object path"));
+        if (!lua_istable(L, 2)) throw ScriptError("SetTransform takes {pos = {x, y, z}, rot = {...}, scl = {...}}");
+        auto triple = [&](const char* key, double fallback, double out[3]) {
+            out[0] = out[1] = out[2] = fallback;
+            lua_getfield(L, 2, key);
+            if (lua_istable(L, -1)) {
+                int t = lua_gettop(L);
+                for (int c = 0; c < 3; ++c) {
+                    lua_rawgeti(L, t, c + 1);
+                    out[c] = ArgNumber(L, lua_gettop(L), key);
+                    lua_pop(L, 1);
+                }
+            }
+            lua_pop(L, 1);
+        };
+        double pos[3], rot[3], scl[3];
+        triple("pos", 0.0, pos);
+        triple("rot", 0.0, rot);
+        triple("scl", 1.0, scl);
+        const double toRadians = std::acos(-1.0) / 180.0;
+        XSI::MATH::CTransformation t;
+        t.SetIdentity();
+        t.SetScalingFromValues(scl[0], scl[1], scl[2]);
+        t.SetRotationFromXYZAnglesValues(rot[0] * toRadians, rot[1] * toRadians, rot[2] * toRadians);
+        t.SetTranslationFromValues(pos[0], pos[1], pos[2]);
+        std::optional<double> frame;
+        if (!lua_isnoneornil(L, 3)) frame = ArgNumber(L, 3, "a frame");
+        g_host->SetTransform(obj, t, frame);
+        return 0;
+    });
+}
+
+int SetPointPositions(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        CRef obj = Lookup(ArgString(L, 1, "an object path"));
+        std::optional<double> frame;
+        if (!lua_isnoneornil(L, 3)) frame = ArgNumber(L, 3, "a frame");
+        g_host->SetPointPositions(obj, PointList(L, 2), frame);
+        return 0;
     });
 }
 
@@ -540,6 +656,12 @@ const luaL_Reg kFunctions[] = {
     {"ImportObj", ImportObj},
     {"CreateNull", CreateNull},
     {"CreateModel", CreateModel},
+    {"CreateCurve", CreateCurve},
+    {"CreateCircle", CreateCircle},
+    {"CreateSpiral", CreateSpiral},
+    {"CreateSurface", CreateSurface},
+    {"SetTransform", SetTransform},
+    {"SetPointPositions", SetPointPositions},
     {"Exists", Exists},
     {"SelectObj", SelectObj},
     {"AddToSelection", AddToSelection},

@@ -9,6 +9,10 @@
 //   CreatePrim(kind, name[, options[, parent]]) -> path   kinds Grid, Cube, Sphere, Cylinder, Torus;
 //       options by name: sizex sizez subdivu subdivv length radius height caps sectionradius
 //   ImportObj(file[, name]) -> path;  CreateNull(name[, parent]);  CreateModel(name[, parent])
+//   CreateCurve(name, {{x, y, z} ...}[, degree (3)[, closed[, parent]]]);  CreateCircle(name[, radius[, segments]])
+//   CreateSpiral(name[, radius[, height[, turns]]]);  CreateSurface("Grid" | "Sphere", name[, options])
+//   SetTransform(object, {pos = {x, y, z}, rot = {x, y, z} (degrees), scl = {x, y, z}}[, frame])
+//   SetPointPositions(object, {{x, y, z} ...}[, frame])   keyed at a frame when one is given
 //   Exists(path);  SelectObj(path | {paths});  AddToSelection(path);  DeselectAll();  GetSelection()
 //   ExecuteCommand(name, {args}) -> return value (raises when the command fails)
 //   ExecuteCommandStatus(name, {args}) -> status code, return value

@@ -7,6 +7,10 @@
 #include "scene/host.h"
 #include "scene/host_impl.h"
 #include "script/lua_host.h"
+#include "xsi_kinematics.h"
+#include "xsi_x3dobject.h"
+
+#include <cmath>
 
 namespace {
 
@@ -112,6 +116,35 @@ TEST_F(ScriptTest, WeightMapsReadAndWrite) {
         << err.str();
     EXPECT_EQ(Run("GetWeights('g')\n"), 1);
     EXPECT_NE(err.str().find("'g' is not a weight map"), std::string::npos) << err.str();
+}
+
+TEST_F(ScriptTest, AnimatedTransformsAndPointsMoveBetweenKeys) {
+    ASSERT_EQ(Run("local b = CreatePrim('Cube', 'b', {length = 2})\n"
+                  "SetTransform(b, {pos = {0, 0, 0}}, 1)\n"
+                  "SetTransform(b, {pos = {10, 0, 0}, rot = {0, 90, 0}}, 11)\n"
+                  "local p = {}\n"
+                  "for i, q in ipairs(GetPointPositions(b)) do p[i] = {q[1], q[2] + 4, q[3]} end\n"
+                  "SetPointPositions(b, GetPointPositions(b), 1)\n"
+                  "SetPointPositions(b, p, 11)\n"
+                  "SetFrame(6)\n"
+                  "assert(GetPointPositions(b)[1][2] == -1 + 2, GetPointPositions(b)[1][2])\n"
+                  "SetFrame(20)\n"
+                  "assert(GetPointPositions(b)[1][2] == 3)\n"
+                  "CreateCircle('c', 2)\nCreateSpiral('s')\nCreateSurface('Sphere', 'ss', {radius = 1})\n"),
+              0)
+        << err.str();
+    XSI::CRef b = host.Find(L"b");
+    host.SetFrame(6);
+    XSI::MATH::CTransformation t = XSI::X3DObject(b).GetKinematics().GetGlobal().GetTransform();
+    double x, y, z;
+    t.GetTranslationValues(x, y, z);
+    EXPECT_DOUBLE_EQ(x, 5.0);
+    t.GetRotationFromXYZAnglesValues(x, y, z);
+    EXPECT_NEAR(y, std::acos(-1.0) / 4, 1e-12);
+    EXPECT_EQ(Run("SetPointPositions('b', {{0, 0, 0}})\n"), 1);
+    EXPECT_NE(err.str().find("1 positions for 8 points"), std::string::npos) << err.str();
+    EXPECT_EQ(Run("CreateCurve('bad', {{0, 0, 0}, {1, 0, 0}}, 3)\n"), 1);
+    EXPECT_NE(err.str().find("needs at least 4 control points"), std::string::npos) << err.str();
 }
 
 TEST_F(ScriptTest, PicksAndLogFromScripts) {
