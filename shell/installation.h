@@ -1,0 +1,68 @@
+// Installing a live tool on a weight map and managing the inputs ("connexions") of its
+// operator: the mechanism every live tool shares, driven by its row of constants.
+#pragma once
+
+#include <array>
+
+#include "xsi_customproperty.h"
+#include "xsi_ref.h"
+#include "xsi_status.h"
+#include "xsi_string.h"
+
+namespace orbelin {
+
+// What a live tool's commands need to know of it.
+struct LiveTool {
+    const wchar_t* word;           // "ProximityMap"
+    const wchar_t* defaultMapName; // name of the weight maps made for it
+    const wchar_t* op;             // operator preset name
+    // Connexions (tools with a variable number of inputs; blockSize 0 for the others):
+    LONG firstConnexionParameter;  // index of the first per-connexion parameter
+    LONG blockSize;                // parameters per connexion
+    LONG connexionGroup;           // the operator's port group that repeats
+    const wchar_t* pickWhat;       // "Pick A " + what
+    const wchar_t* pickFilter;     // picking filter
+};
+
+inline constexpr std::array<LiveTool, 7> kLiveTools{{
+    {L"ProximityMap", L"ProximityWeightMap", L"zrProximityMapOp", 14, 2, 3, L"Object", L"sceneobject"},
+    {L"MixMap", L"MixWeightMap", L"zrMixMapOp", 6, 2, 2, L"WeightMap", L"property"},
+    {L"ExpressionMap", L"ExpressionWeightMap", L"zrExpressionMapOp", 19, 2, 3, L"WeightMap", L"property"},
+    {L"GradientCurveMap", L"GradientCurveWeightMap", L"zrGradientCurveMapOp", 9, 2, 3, L"Curve", L"curve"},
+    {L"CacheMap", L"CacheWeightMap", L"zrCacheMapOp", 0, 0, 0, L"", L""},
+    {L"TensionMap", L"TensionWeightMap", L"zrTensionMapOp", 0, 0, 0, L"", L""},
+    {L"SmoothMap", L"SmoothWeightMap", L"zrSmoothMapOp", 0, 0, 0, L"", L""},
+}};
+
+const LiveTool& Tool(const wchar_t* word);
+
+// Applies an operator preset with a connection set through the host's ApplyOp; the new
+// operator, or an invalid reference.
+XSI::CRef ApplyOperator(const XSI::CString& preset, const XSI::CString& connectionSet);
+// Adds the tool's property next to the weight map (under its cluster), named after both.
+XSI::CustomProperty CreateToolProperty(const XSI::CRef& weightMap, const XSI::CString& toolWord);
+// The custom operator at `path`, or an invalid reference.
+XSI::CRef FindOperator(const XSI::CString& path);
+XSI::CStatus ConnectToGroup(const XSI::CRef& op, LONG group, const XSI::CRef& object);
+XSI::CStatus DisconnectGroup(const XSI::CRef& op, LONG group, LONG instance);
+
+// Connects one object to the operator at `operatorPath` (its connexion group), logging the
+// outcome; E_FAIL when the operator is gone or the host refuses.
+XSI::CStatus AddConnexion(const XSI::CString& operatorPath, const XSI::CRef& object, LONG group);
+// Asks the user for an object, then connects what the tool takes of it.
+XSI::CStatus PickAndAddConnexion(const LiveTool& tool, const XSI::CString& operatorPath);
+// What a tool connects of a picked object: a 3D object's primitive, a primitive itself, a
+// weight map itself; invalid for anything else.
+XSI::CRef ConnexionTarget(const XSI::CRef& object);
+// Removes connexion `index` (shifting the later parameter blocks down) or, with -1, all of
+// them; the property's parameters stay in step.
+XSI::CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTool& tool);
+
+// The commands' shared bodies. `rebuildPage` rebuilds the property's page after a change.
+using PageBuilder = void (*)(XSI::CustomProperty&);
+using Installer = void (*)(const XSI::CRef& weightMap, XSI::CustomProperty& property);
+XSI::CStatus ApplyToolCommand(const LiveTool& tool, const XSI::CString& bannerTitle, Installer install);
+XSI::CStatus AddConnexionCommand(XSI::CRef& context, const LiveTool& tool, PageBuilder rebuildPage);
+XSI::CStatus RemoveConnexionCommand(XSI::CRef& context, const LiveTool& tool, PageBuilder rebuildPage);
+
+}  // namespace orbelin
