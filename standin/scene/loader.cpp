@@ -174,9 +174,7 @@ bool Host::HasCommand(const std::wstring& name) const {
 std::wstring Host::DescribeMenus() const {
     std::wostringstream out;
     for (const auto& menu : m_impl->menus) {
-        out << menu->name;
-        std::wstring caption = menu->command;  // the caption a menu's Init gave it, if any
-        out << L"\n";
+        out << menu->name << L"\n";
         DescribeItems(*menu, 1, out);
     }
     return out.str();

@@ -62,7 +62,6 @@ CStatus SIObject::PutName(const CString& name) {
     if (!m_ref.IsValid() || m_ref.GetComponentClass() != 0) return CStatus::Fail;
     XSI::Host::Object* o = m_ref.GetHostObject();
     if (auto* reg = NodeOf<PluginRegistrarNode>(m_ref)) {
-        standin::Host::Current().impl();
         const_cast<PluginInfo&>(standin::Host::Current().Plugins()[reg->plugin]).name = W(name);
         o->name = W(name);
         return CStatus::OK;
