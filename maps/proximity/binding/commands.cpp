@@ -1,0 +1,37 @@
+// The Proximity Map's commands: apply, add and remove connexions.
+#include "maps/proximity/binding/proximity_tool.h"
+#include "shell/guard.h"
+#include "xsi_primitive.h"
+#include "xsi_x3dobject.h"
+
+using namespace XSI;
+using namespace orbelin;
+using namespace orbelin::proximity;
+
+namespace {
+
+// Connection set: the weight map; its object; the property (port groups 0, 1 and 2).
+void Install(const CRef& weightMap, CustomProperty& property) {
+    SIObject map(weightMap);
+    SIObject cluster(map.GetParent());
+    SIObject primitive(cluster.GetParent());
+    SIObject object(primitive.GetParent());
+    ApplyOperator(ThisTool().op, map.GetFullName() + L";" + object.GetFullName() + L";" + property.GetFullName());
+}
+
+}  // namespace
+
+SICALLBACK Orbelin_zrProximityMapApplyCmd_Execute(CRef&) {
+    return CallbackGuard(L"Orbelin_zrProximityMapApplyCmd_Execute",
+                         [&] { return ApplyToolCommand(ThisTool(), L"Apply ProximityMap", Install); });
+}
+
+SICALLBACK Orbelin_zrProximityMapAddConnexionCmd_Execute(CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrProximityMapAddConnexionCmd_Execute",
+                         [&] { return AddConnexionCommand(in_ctxt, ThisTool(), BuildLayout); });
+}
+
+SICALLBACK Orbelin_zrProximityMapRemoveConnexionCmd_Execute(CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrProximityMapRemoveConnexionCmd_Execute",
+                         [&] { return RemoveConnexionCommand(in_ctxt, ThisTool(), BuildLayout); });
+}

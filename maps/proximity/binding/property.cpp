@@ -1,0 +1,195 @@
+// The Proximity Map's property: Define, the page and its events.
+#include <cstdlib>
+
+#include "maps/proximity/binding/proximity_tool.h"
+#include "shell/guard.h"
+#include "shell/log.h"
+#include "xsi_application.h"
+#include "xsi_context.h"
+#include "xsi_fcurve.h"
+#include "xsi_operator.h"
+#include "xsi_ppgeventcontext.h"
+#include "xsi_ppglayout.h"
+
+using namespace XSI;
+
+namespace orbelin::proximity {
+
+namespace {
+
+LONG PlayControl(const wchar_t* which) {
+    CValueArray args(1);
+    args[0] = CValue(which);
+    CValue value;
+    Application().ExecuteCommand(L"GetValue", args, value);
+    return value.IsEmpty() ? 0 : static_cast<LONG>(value);
+}
+
+CValueArray Items(std::initializer_list<std::pair<const wchar_t*, LONG>> items) {
+    CValueArray out;
+    for (const auto& [label, value] : items) {
+        out.Add(CValue(label));
+        out.Add(CValue(value));
+    }
+    return out;
+}
+
+// The pair of connexion k, added when a page shows a connexion beyond the pairs made ahead.
+void EnsurePair(CustomProperty& property, LONG k) {
+    CString suffix(CValue(k).GetAsText());
+    if (!property.GetParameter(L"Enabled_" + suffix).IsValid()) {
+        ParamRow row = kEnabledRow;
+        CString name = L"Enabled_" + suffix;
+        row.script = row.label = name.GetWideString();
+        AddParameter(property, row);
+    }
+    if (!property.GetParameter(L"Factor_" + suffix).IsValid()) {
+        ParamRow row = kFactorRow;
+        CString name = L"Factor_" + suffix;
+        row.script = row.label = name.GetWideString();
+        AddParameter(property, row);
+    }
+}
+
+}  // namespace
+
+void BuildLayout(CustomProperty& property) {
+    PPGLayout layout = property.GetPPGLayout();
+    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/proximitymap.html"));
+    layout.Clear();
+    LONG mode = property.GetParameterValue(L"OpMode");
+
+    layout.AddTab(L"Proximity Weightmap");
+    layout.AddGroup(L"Execution State");
+    layout.AddItem(L"Enable", L"Enable");
+    layout.EndGroup();
+    layout.AddGroup(L"Mode");
+    layout.AddEnumControl(L"OpMode", Items({{L" Hold ", 0}, {L" Read From Objects ", 1}, {L" Read From Objects - Caching ", 2}}),
+                          L"Mode");
+    if (mode == 2) {
+        layout.AddButton(L"CleanCache", L"Clean Cache");
+        layout.AddItem(L"StartFrame", L"Start Frame");
+        layout.AddItem(L"EndFrame", L"End Frame");
+        layout.AddEnumControl(L"ProcessingMode", Items({{L" Normal Caching ", 0}, {L" Keep Maximum ", 1}}), L"Processing");
+    }
+    layout.EndGroup();
+    layout.AddGroup(L"Spatial Range");
+    layout.AddItem(L"Near", L"Near");
+    layout.AddItem(L"Far", L"Far");
+    layout.AddFCurve(L"Falloff");
+    layout.EndGroup();
+    layout.AddGroup(L"Post-Process");
+    layout.AddEnumControl(L"OpWeightPostProcess", Items({{L" None ", 0}, {L" Clamp ", 1}, {L" Change Range ", 2}}),
+                          L"Post-Process");
+    // The bounds mean nothing without a post-process.
+    if (static_cast<LONG>(property.GetParameterValue(L"OpWeightPostProcess")) != 0) {
+        layout.AddItem(L"Min", L"Min");
+        layout.AddItem(L"Max", L"Max");
+    }
+    layout.EndGroup();
+
+    layout.AddTab(L"Connexions");
+    layout.AddRow();
+    layout.AddButton(L"Connect", L"Add Connexion");
+    layout.AddButton(L"RemoveAll", L"Remove All Connexion");
+    layout.EndRow();
+    layout.AddItem(L"AddMode", L"Additive Mode");
+    CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
+    if (!op.IsValid()) {
+        LogError(L"Operator zrProximityMap not found!");
+        return;
+    }
+    LONG count = Operator(op).GetNumInstancesInGroup(ThisTool().connexionGroup);
+    for (LONG k = 0; k < count; ++k) {
+        CString n(CValue(k).GetAsText());
+        EnsurePair(property, k);
+        CRef target = Operator(op).GetPortAt(0, ThisTool().connexionGroup, k).GetTarget();
+        layout.AddGroup(SIObject(target).GetParent().GetAsText());
+        layout.AddRow();
+        layout.AddItem(L"Enabled_" + n, L"Enabled");
+        layout.AddButton(L"Remove_" + n, L"Remove");
+        layout.EndRow();
+        layout.AddItem(L"WeightMap_" + n, L"WeightMap");
+        layout.AddItem(L"Factor_" + n, L"Factor");
+        layout.EndGroup();
+    }
+}
+
+}  // namespace orbelin::proximity
+
+using namespace orbelin;
+using namespace orbelin::proximity;
+
+SICALLBACK Orbelin_zrProximityMapProp_Define(CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrProximityMapProp_Define", [&] {
+        CustomProperty property(Context(in_ctxt).GetSource());
+        for (LONG i = 0; i < kFirstConnexion; ++i) {
+            if (i == kStartFrame) AddParameter(property, kRows[i], PlayControl(L"PlayControl.In"));
+            else if (i == kEndFrame) AddParameter(property, kRows[i], PlayControl(L"PlayControl.Out"));
+            else AddParameter(property, kRows[i]);
+        }
+        for (LONG k = 0; k < kPairsInAdvance; ++k) EnsurePair(property, k);
+        // The default falloff maps the range linearly: keys (0, 0) and (100, 1).
+        FCurve falloff(property.GetParameter(L"Falloff").GetValue());
+        falloff.RemoveKeys();
+        falloff.BeginEdit();
+        falloff.AddKey(CTime(0.0), CValue(0.0));
+        falloff.AddKey(CTime(100.0), CValue(1.0));
+        falloff.EndEdit();
+        return CStatus(CStatus::OK);
+    });
+}
+
+SICALLBACK Orbelin_zrProximityMapProp_DefineLayout(CRef& in_ctxt) {
+    (void)in_ctxt;  // the page is built when it opens: it depends on the parameters' values
+    return CStatus::OK;
+}
+
+SICALLBACK Orbelin_zrProximityMapProp_PPGEvent(const CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrProximityMapProp_PPGEvent", [&] {
+        PPGEventContext ctxt(in_ctxt);
+        switch (ctxt.GetEventID()) {
+            case PPGEventContext::siOnInit: {
+                CustomProperty property(ctxt.GetSource());
+                BuildLayout(property);
+                ctxt.PutAttribute(L"Refresh", CValue(true));
+                break;
+            }
+            case PPGEventContext::siParameterChange: {
+                Parameter changed(ctxt.GetSource());
+                CString name = changed.GetScriptName();
+                if (name == CString(L"OpMode") || name == CString(L"OpWeightPostProcess")) {
+                    CustomProperty property(changed.GetParent());
+                    BuildLayout(property);
+                    ctxt.PutAttribute(L"Refresh", CValue(true));
+                }
+                break;
+            }
+            case PPGEventContext::siButtonClicked: {
+                CustomProperty property(ctxt.GetSource());
+                CString button = ctxt.GetAttribute(L"Button");
+                CValueArray args;
+                args.Add(CValue(property.GetRef()));
+                CValue ignored;
+                if (button == CString(L"Connect")) {
+                    Application().ExecuteCommand(L"Orbelin_zrProximityMapAddConnexionCmd", args, ignored);
+                    ctxt.PutAttribute(L"Refresh", CValue(true));
+                } else if (button == CString(L"CleanCache")) {
+                    LONG idx = property.GetParameterValue(L"CleanCacheIdx");
+                    property.PutParameterValue(L"CleanCacheIdx", CValue(idx + 1));
+                } else if (button == CString(L"RemoveAll")) {
+                    Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
+                    ctxt.PutAttribute(L"Refresh", CValue(true));
+                } else if (button.FindString(L"Remove_") == 0) {
+                    LONG k = std::atol(button.GetSubString(7).GetAsciiString());
+                    args.Add(CValue(k));
+                    Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
+                    ctxt.PutAttribute(L"Refresh", CValue(true));
+                }
+                break;
+            }
+            default: break;
+        }
+        return CStatus(CStatus::OK);
+    });
+}

@@ -1,0 +1,28 @@
+// A property's parameters declared once, as rows: Define walks the rows, operators read the
+// values by the same indices.
+#pragma once
+
+#include "xsi_customproperty.h"
+
+namespace orbelin {
+
+enum class ParamType { Bool, Int, Double, String, FCurve };
+
+struct ParamRow {
+    const wchar_t* script;
+    const wchar_t* label;
+    ParamType type;
+    LONG caps;
+    double def;
+    bool ranged;  // when false the type's own range applies
+    double min, max, softMin, softMax;
+};
+
+// Adds the parameter a row describes; `def` replaces the row's default when given.
+XSI::Parameter AddParameter(XSI::CustomProperty& property, const ParamRow& row);
+XSI::Parameter AddParameter(XSI::CustomProperty& property, const ParamRow& row, double def);
+
+// The value of the parameter at `index` (definition order), empty when there is none.
+XSI::CValue ParameterValue(const XSI::CParameterRefArray& params, LONG index);
+
+}  // namespace orbelin
