@@ -256,7 +256,14 @@ CRef Host::ImportObj(const std::filesystem::path& file, const std::wstring& name
 }
 
 CRef Host::CreateNull(const std::wstring& name, const CRef& parent) {
-    return XSI::Host::RefOf(NewObject(*ParentFor(*this, parent), name, XSI::siNullID).get());
+    Ptr<X3DNode> obj = NewObject(*ParentFor(*this, parent), name, XSI::siNullID);
+    // A null has a primitive of its own, without geometry.
+    auto prim = Make<PrimitiveNode>();
+    prim->type = L"null";
+    prim->name = L"null";
+    prim->parent = obj.get();
+    obj->primitive = prim;
+    return XSI::Host::RefOf(obj.get());
 }
 
 CRef Host::CreateModel(const std::wstring& name, const CRef& parent) {
