@@ -1,6 +1,6 @@
 // The Proximity Map's operator: the shared execution model around one evaluation whose
 // inputs are read through the operator's ports.
-#include "maps/proximity/binding/evaluate.h"
+#include "proximity/evaluate.h"
 #include "maps/proximity/binding/proximity_tool.h"
 #include "shell/frame_cache.h"
 #include "shell/guard.h"
@@ -46,8 +46,10 @@ Connexion ReadConnexion(Operator& op, LONG k, const std::vector<MATH::CVector3>&
     if (cls == siPolygonMeshID) {
         c.pointSet = true;
         MATH::CVector3Array pts = geometry.GetPoints().GetPositionArray();
-        c.points.reserve(static_cast<size_t>(pts.GetCount()));
-        for (LONG i = 0; i < pts.GetCount(); ++i) c.points.push_back(ToPoint(MATH::MapObjectPositionToWorldSpace(t, pts[i])));
+        std::vector<Point> world;
+        world.reserve(static_cast<size_t>(pts.GetCount()));
+        for (LONG i = 0; i < pts.GetCount(); ++i) world.push_back(ToPoint(MATH::MapObjectPositionToWorldSpace(t, pts[i])));
+        c.points = std::make_shared<PointIndex>(world);
         return c;
     }
     c.distances.reserve(elements.size());
@@ -105,10 +107,16 @@ CDoubleArray EvaluateNow(UpdateContext& ctxt, CustomProperty& property, const CP
         c.factor = f;
         connexions.push_back(std::move(c));
     }
-    FCurve falloff(property.GetParameter(L"Falloff").GetValue());
+    FCurve curve(property.GetParameter(L"Falloff").GetValue());
+    Falloff falloff;
+    falloff.eval = [&](double x) { return static_cast<double>(curve.Eval(x)); };
+    LONG keys = curve.GetNumKeys();
+    falloff.hasKeys = keys > 0;
+    falloff.lastKeyTime = keys > 0 ? curve.GetKeyTime(keys - 1).GetTime() : 0.0;
+    falloff.extrapolation = curve.GetExtrapolation();
     std::vector<double> baseWeights(base.GetArray(), base.GetArray() + base.GetCount());
     baseWeights.resize(elements.size(), 0.0);
-    Result r = Evaluate(elements, baseWeights, connexions, [&](double x) { return static_cast<double>(falloff.Eval(x)); }, o);
+    Result r = Evaluate(elements, baseWeights, connexions, falloff, o);
     CDoubleArray out(static_cast<LONG>(r.weights.size()));
     std::copy(r.weights.begin(), r.weights.end(), out.GetData());
     return out;

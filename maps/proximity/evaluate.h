@@ -1,0 +1,61 @@
+// One evaluation of the Proximity Map on plain arrays.
+//
+// Each element (a weight-map point, in world space) takes from each enabled connexion the
+// value 1 - D / far, scaled by the connexion's effective factor, where D is the mean of the
+// counted candidates' r = falloff(t) x (far - near) + near, t = max(d - near, 0) x 100 / (far - near),
+// a candidate counting only when r < far (D = far when none does).
+//
+// EvaluateStraight does that literally, every element against every candidate. Evaluate gives
+// the same weights (to rounding of the sums) by searching only where a candidate can count:
+// from the falloff curve's end it finds how far a counting candidate can be, and looks that
+// far in a k-d tree of the connexion's points.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "proximity/point_index.h"
+
+namespace orbelin::proximity {
+
+// The falloff curve, read on 0 to 100. Beyond its last key it follows its extrapolation
+// exactly (1 constant, 2 linear, 3 periodic, 4 periodic relative).
+struct Falloff {
+    std::function<double(double)> eval;
+    bool hasKeys = true;
+    double lastKeyTime = 100.0;
+    int extrapolation = 1;
+};
+
+struct Connexion {
+    bool enabled = true;
+    double factor = 1.0;
+    // Either every point of a point set is a candidate (an empty set gives D = far at once) ...
+    bool pointSet = false;
+    std::shared_ptr<const PointIndex> points;
+    // ... or there is one candidate per element, at this distance (curves, surfaces, origins).
+    std::vector<double> distances;
+};
+
+struct Options {
+    double nearRange = 0.0, farRange = 10.0;
+    bool additive = true;
+    int postProcess = 0;  // 0 none, 1 clamp, 2 change range
+    double lower = 0.0, upper = 1.0;
+};
+
+struct Result {
+    std::vector<double> weights;
+    bool farAdjusted = false;  // the range was too narrow: far became near + 0.0001
+    double farUsed = 0.0;
+};
+
+// `elements`: world position of each weight-map element; `base`: its current weight, one per element.
+Result EvaluateStraight(std::span<const Point> elements, std::span<const double> base,
+                        std::span<const Connexion> connexions, const Falloff& falloff, Options options);
+Result Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
+                const Falloff& falloff, Options options);
+
+}  // namespace orbelin::proximity
