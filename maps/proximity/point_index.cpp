@@ -20,18 +20,19 @@ void PointIndex::Build(size_t node, uint32_t begin, uint32_t end, int depth) {
     Node& n = m_nodes[node];
     n.begin = begin;
     n.end = end;
-    if (2 * node + 2 >= m_nodes.size() || end - begin <= kLeaf) {
-        n.axis = -1;
-        // Unused descendants of an early leaf stay empty leaves.
-        return;
-    }
-    // Split the widest extent at the median.
     Point lo = m_points[m_order[begin]], hi = lo;
     for (uint32_t i = begin; i < end; ++i)
         for (size_t a = 0; a < 3; ++a) {
             lo[a] = std::min(lo[a], m_points[m_order[i]][a]);
             hi[a] = std::max(hi[a], m_points[m_order[i]][a]);
         }
+    n.lo = lo;
+    n.hi = hi;
+    if (2 * node + 2 >= m_nodes.size() || end - begin <= kLeaf) {
+        n.axis = -1;  // descendants of an early leaf are never visited
+        return;
+    }
+    // Split the widest extent at the median.
     int axis = 0;
     for (int a = 1; a < 3; ++a)
         if (hi[static_cast<size_t>(a)] - lo[static_cast<size_t>(a)] > hi[static_cast<size_t>(axis)] - lo[static_cast<size_t>(axis)]) axis = a;

@@ -2,6 +2,7 @@
 // point within a radius" without looking at the points that cannot be there.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <span>
@@ -27,6 +28,7 @@ private:
         uint32_t begin, end;   // range in m_order
         int32_t axis;          // -1: a leaf
         double split;
+        Point lo, hi;          // bounds of the node's points
     };
     std::vector<Point> m_points;
     std::vector<uint32_t> m_order;  // point indices, grouped by node
@@ -47,6 +49,13 @@ void PointIndex::Within(const Point& p, double radius, Visit&& visit) const {
     while (top > 0) {
         size_t n = stack[--top];
         const Node& node = m_nodes[n];
+        // Most queries end here: the sphere misses the node's box.
+        double gap2 = 0.0;
+        for (size_t a = 0; a < 3; ++a) {
+            double g = std::max(node.lo[a] - p[a], p[a] - node.hi[a]);
+            if (g > 0) gap2 += g * g;
+        }
+        if (gap2 > r2) continue;
         if (node.axis < 0) {
             for (uint32_t i = node.begin; i < node.end; ++i) {
                 const Point& q = m_sorted[i];

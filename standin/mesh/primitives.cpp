@@ -1,6 +1,7 @@
 #include "mesh/primitives.h"
 
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -12,6 +13,15 @@ const double kPi = std::acos(-1.0);
 
 void Require(bool ok, const char* what) {
     if (!ok) throw std::invalid_argument(what);
+}
+
+bool Size(double s) { return std::isfinite(s) && s >= 0; }
+
+// Checked before the loops, whose index arithmetic is int32. Every primitive has fewer points
+// than corners, so bounding the corners bounds both. In double: 4 * INT_MAX^2 overflows int64,
+// and the bound is far below where doubles stop being exact.
+void RequireCorners(double corners) {
+    Require(corners <= std::numeric_limits<int32_t>::max(), "too many subdivisions: the mesh would not fit int32 indices");
 }
 
 struct Builder {
@@ -32,7 +42,8 @@ struct Builder {
 
 PolyMesh Grid(double sizeX, double sizeZ, int su, int sv) {
     Require(su >= 1 && sv >= 1, "a grid needs at least one subdivision each way");
-    Require(sizeX >= 0 && sizeZ >= 0, "a grid's size cannot be negative");
+    Require(Size(sizeX) && Size(sizeZ), "a grid's size must be finite and not negative");
+    RequireCorners(4.0 * su * sv);
     Builder b;
     const int cols = su + 1;
     b.points.reserve(static_cast<size_t>(cols) * static_cast<size_t>(sv + 1));
@@ -49,7 +60,7 @@ PolyMesh Grid(double sizeX, double sizeZ, int su, int sv) {
 }
 
 PolyMesh Cube(double length) {
-    Require(length >= 0, "a cube's length cannot be negative");
+    Require(Size(length), "a cube's length must be finite and not negative");
     const double h = length / 2;
     Builder b;
     for (int i = 0; i < 8; ++i) b.points.push_back({(i & 1) ? h : -h, (i & 2) ? h : -h, (i & 4) ? h : -h});
@@ -64,7 +75,8 @@ PolyMesh Cube(double length) {
 
 PolyMesh Sphere(double radius, int su, int sv) {
     Require(su >= 3 && sv >= 2, "a sphere needs at least 3 subdivisions around and 2 from pole to pole");
-    Require(radius >= 0, "a sphere's radius cannot be negative");
+    Require(Size(radius), "a sphere's radius must be finite and not negative");
+    RequireCorners(4.0 * su * sv);
     Builder b;
     b.points.push_back({0, radius, 0});
     for (int j = 1; j < sv; ++j) {
@@ -86,7 +98,8 @@ PolyMesh Sphere(double radius, int su, int sv) {
 
 PolyMesh Cylinder(double radius, double height, int su, int sv, bool caps) {
     Require(su >= 3 && sv >= 1, "a cylinder needs at least 3 subdivisions around and 1 along");
-    Require(radius >= 0 && height >= 0, "a cylinder's radius and height cannot be negative");
+    Require(Size(radius) && Size(height), "a cylinder's radius and height must be finite and not negative");
+    RequireCorners(4.0 * su * sv + 2.0 * su);
     Builder b;
     for (int j = 0; j <= sv; ++j)
         for (int i = 0; i < su; ++i) {
@@ -97,6 +110,7 @@ PolyMesh Cylinder(double radius, double height, int su, int sv, bool caps) {
     for (int j = 0; j < sv; ++j)
         for (int i = 0; i < su; ++i) b.Poly({at(j, i), at(j, i + 1), at(j + 1, i + 1), at(j + 1, i)});
     if (caps) {
+        // The bottom cap runs clockwise seen from +Y, so that it faces -Y.
         std::vector<int32_t> bottom, top;
         for (int i = su - 1; i >= 0; --i) bottom.push_back(at(0, i));
         for (int i = 0; i < su; ++i) top.push_back(at(sv, i));
@@ -108,7 +122,8 @@ PolyMesh Cylinder(double radius, double height, int su, int sv, bool caps) {
 
 PolyMesh Torus(double majorRadius, double minorRadius, int su, int sv) {
     Require(su >= 3 && sv >= 3, "a torus needs at least 3 subdivisions each way");
-    Require(majorRadius >= 0 && minorRadius >= 0, "a torus's radii cannot be negative");
+    Require(Size(majorRadius) && Size(minorRadius), "a torus's radii must be finite and not negative");
+    RequireCorners(4.0 * su * sv);
     Builder b;
     for (int i = 0; i < su; ++i) {
         double a = 2 * kPi * i / su;

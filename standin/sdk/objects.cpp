@@ -500,8 +500,10 @@ namespace {
 // The curve behind a reference; asking for it to change marks the curve, its parameter and
 // the parameter's owner as changed.
 standin::FCurve* CurveOf(const CRef& ref, bool changing = false) {
-    auto* n = NodeOf<FCurveNode>(ref);
-    if (!n) return nullptr;
+    // Evaluated per candidate by some tools: a class check instead of a dynamic cast.
+    XSI::Host::Object* o = ref.GetHostObject();
+    if (!o || !o->alive || ref.GetComponentClass() != 0 || o->ClassID() != siFCurveID) return nullptr;
+    auto* n = static_cast<FCurveNode*>(o);
     if (changing) {
         XSI::Host::Touch(n);
         if (n->parent) {
