@@ -65,6 +65,10 @@ int Info(const fs::path& plugin) {
 }
 
 int Run(const fs::path& script, const fs::path& project, const fs::path& plugin) {
+    if (!fs::is_directory(project)) {
+        std::cerr << "orbelin: no project folder at " << project.string() << "\n";
+        return 1;
+    }
     standin::Host host(fs::absolute(project));
     host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
     if (!Load(host, plugin)) return 1;
@@ -77,6 +81,8 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
 int main(int argc, char** argv) {
     CLI::App app{"Orbelin: weight-map tools in the stand-in host"};
     app.require_subcommand(1);
+    // "--plugin" belongs to every subcommand and may come before or after its name.
+    app.fallthrough();
     fs::path plugin = DefaultPlugin();
     app.add_option("--plugin", plugin, "the plug-in library to load");
 

@@ -1,9 +1,12 @@
 #include "script/lua_host.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
-#include <optional>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -89,7 +92,15 @@ XSI::ClusterProperty WeightMap(const std::string& path) {
     return XSI::ClusterProperty(r);
 }
 
-CValue ToValue(lua_State* L, int i) {
+// Host values nest no deeper than this; a deeper table is almost surely one that holds itself.
+constexpr int kMaxNesting = 100;
+
+// Each nesting level takes one Lua stack slot; without room, Lua would write past its stack.
+void RoomOnStack(lua_State* L) {
+    if (!lua_checkstack(L, 2)) throw ScriptError("values nested too deep for the script stack");
+}
+
+CValue ToValue(lua_State* L, int i, int depth = 0) {
     switch (lua_type(L, i)) {
         case LUA_TNONE:
         case LUA_TNIL: return CValue();
@@ -101,11 +112,13 @@ CValue ToValue(lua_State* L, int i) {
         }
         case LUA_TSTRING: return CValue(XSI::CString(Wide(lua_tostring(L, i)).c_str()));
         case LUA_TTABLE: {
+            if (depth >= kMaxNesting) throw ScriptError("tables nested too deep to pass to the host (a table that holds itself?)");
+            RoomOnStack(L);
             CValueArray arr;
             int n = static_cast<int>(lua_objlen(L, i));
             for (int k = 1; k <= n; ++k) {
                 lua_rawgeti(L, i, k);
-                arr.Add(ToValue(L, lua_gettop(L)));
+                arr.Add(ToValue(L, lua_gettop(L), depth + 1));
                 lua_pop(L, 1);
             }
             return CValue(arr);
@@ -126,6 +139,7 @@ void PushValue(lua_State* L, const CValue& v) {
             return;
         }
         case CValue::siArray: {
+            RoomOnStack(L);
             const CValueArray& arr = v;
             lua_createtable(L, arr.GetCount(), 0);
             for (LONG k = 0; k < arr.GetCount(); ++k) {
@@ -135,6 +149,7 @@ void PushValue(lua_State* L, const CValue& v) {
             return;
         }
         case CValue::siRefArray: {
+            RoomOnStack(L);
             const XSI::CRefArray& arr = v;
             lua_createtable(L, arr.GetCount(), 0);
             for (LONG k = 0; k < arr.GetCount(); ++k) {
@@ -416,8 +431,10 @@ int ExecuteCommandStatus(lua_State* L) {
 int GetValue(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string path = ArgString(L, 1, "a parameter path");
+        if (!g_host->Find(Wide(path)).IsValid()) throw ScriptError("object not found: '" + path + "'");
         CValue v;
-        if (!g_host->GetValue(Wide(path), v).Succeeded()) throw ScriptError("object not found: '" + path + "'");
+        CStatus st = g_host->GetValue(Wide(path), v);
+        if (!st.Succeeded()) throw ScriptError("cannot read '" + path + "': " + U8(st.GetDescription().GetWideString()));
         PushValue(L, v);
         return 1;
     });
@@ -725,7 +742,9 @@ int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err
 }
 
 int RunScriptText(Host& host, std::string_view code, std::string_view chunkName, std::ostream& err) {
-    std::string name = "@" + std::string(chunkName);
+    // Built in place: GCC 12 warns, wrongly, about "@" + std::string(...) at -O2.
+    std::string name(1, '@');
+    name.append(chunkName);
     return Run(host, err, [&](lua_State* L) { return luaL_loadbuffer(L, code.data(), code.size(), name.c_str()); });
 }
 

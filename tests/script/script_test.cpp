@@ -1,6 +1,7 @@
 // Scene scripts: errors name file and line, values cross between Lua and the host intact.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -8,6 +9,8 @@
 #include "scene/host_impl.h"
 #include "script/lua_host.h"
 #include "xsi_kinematics.h"
+#include "xsi_geometry.h"
+#include "xsi_primitive.h"
 #include "xsi_x3dobject.h"
 
 #include <cmath>
@@ -89,6 +92,18 @@ TEST_F(ScriptTest, ValuesCrossBetweenLuaAndTheHost) {
     EXPECT_EQ(std::wstring(echoed[3].GetAsText().GetWideString()), L"sphère");
     EXPECT_TRUE(echoed[4].IsEmpty());
     EXPECT_EQ(echoed[5].m_t, XSI::CValue::siArray);
+    // Only what fits a LONG becomes an integer.
+    ASSERT_EQ(Run("ExecuteCommand('Echo', {2147483647, 2147483648, -2147483648, -2147483649, -0.0, 1e300})\n"), 0) << err.str();
+    ASSERT_EQ(echoed.GetCount(), 6);
+    EXPECT_EQ(echoed[0].m_t, XSI::CValue::siInt4);
+    EXPECT_EQ(static_cast<LONG>(echoed[0]), 2147483647);
+    EXPECT_EQ(echoed[1].m_t, XSI::CValue::siDouble);
+    EXPECT_EQ(static_cast<double>(echoed[1]), 2147483648.0);
+    EXPECT_EQ(echoed[2].m_t, XSI::CValue::siInt4);
+    EXPECT_EQ(static_cast<LONG>(echoed[2]), -2147483647 - 1);
+    EXPECT_EQ(echoed[3].m_t, XSI::CValue::siDouble);
+    EXPECT_EQ(echoed[4].m_t, XSI::CValue::siInt4);
+    EXPECT_EQ(echoed[5].m_t, XSI::CValue::siDouble);
     // Objects come back as their paths.
     ASSERT_EQ(Run("local g = CreatePrim('Grid', 'g')\n"
                   "local maps = ExecuteCommand('CreateWeightMap', {'', g, 'W', '', false})\n"
@@ -97,6 +112,20 @@ TEST_F(ScriptTest, ValuesCrossBetweenLuaAndTheHost) {
                   "SetFrame(12.5)\nassert(GetFrame() == 12.5 and GetValue('PlayControl.Current') == 12.5)\n"),
               0)
         << err.str();
+}
+
+TEST_F(ScriptTest, DeepAndSelfHoldingTablesAreErrorsNotCrashes) {
+    // Deeper than the stack a C function is given, in both directions.
+    ASSERT_EQ(Run("local t = 'leaf'\nfor i = 1, 60 do t = {t} end\n"
+                  "local r = ExecuteCommand('Echo', {t})[1]\n"
+                  "for i = 1, 60 do r = r[1] end\nassert(r == 'leaf', tostring(r))\n"),
+              0)
+        << err.str();
+    EXPECT_EQ(Run("local t = {}\nt[1] = t\nExecuteCommand('Echo', {t})\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:3: tables nested too deep"), std::string::npos) << err.str();
+    err.str("");
+    EXPECT_EQ(Run("GetValue('nothing.Param')\n"), 1);
+    EXPECT_NE(err.str().find("scene.lua:1: object not found: 'nothing.Param'"), std::string::npos) << err.str();
 }
 
 TEST_F(ScriptTest, WeightMapsReadAndWrite) {
@@ -158,6 +187,29 @@ TEST_F(ScriptTest, PicksAndLogFromScripts) {
               0)
         << err.str();
     EXPECT_EQ(host.PickQueue().size(), 1u);  // the cancel is still waiting
+}
+
+// The first example runs as shipped: a map over every point of the sphere, heights 0 to 1.
+TEST_F(ScriptTest, FirstExampleWritesAFullMap) {
+    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "first_weightmap.lua", err), 0) << err.str();
+    XSI::CRef sphere = host.Find(L"sphere");
+    ASSERT_TRUE(sphere.IsValid());
+    LONG points = XSI::X3DObject(sphere).GetActivePrimitive().GetGeometry().GetPoints().GetCount();
+    std::ifstream in(dir / "out" / "first_weightmap.csv");
+    std::string line;
+    ASSERT_TRUE(std::getline(in, line));
+    EXPECT_EQ(line, "element,point,weight");
+    LONG rows = 0;
+    double lowest = 1, highest = 0;
+    while (std::getline(in, line)) {
+        double w = std::stod(line.substr(line.rfind(',') + 1));
+        lowest = std::min(lowest, w);
+        highest = std::max(highest, w);
+        ++rows;
+    }
+    EXPECT_EQ(rows, points);
+    EXPECT_DOUBLE_EQ(lowest, 0.0);
+    EXPECT_DOUBLE_EQ(highest, 1.0);
 }
 
 }  // namespace
