@@ -130,29 +130,51 @@ double Curve::Length() const {
     return total;
 }
 
-CurvePoint Curve::Closest(const Vec3& p) const {
+void Curve::Sample() const {
     const double a = UMin(), b = UMax();
     int spans = std::max(1, static_cast<int>(std::lround(b - a)));
     int n = spans * kSamplesPerSpan;
-    const double step = (b - a) / n;
-    // Coarse samples, then a fine search around the best few: a curve can pass near a
-    // point more than once, and the best sample need not be in the best valley.
-    std::vector<std::pair<double, double>> samples;
-    samples.reserve(static_cast<size_t>(n) + 1);
-    for (int i = 0; i <= n; ++i) {
-        double u = a + step * i;
-        samples.emplace_back(Dist2(Evaluate(u), p), u);
+    m_sampleStep = (b - a) / n;
+    m_samples.resize(static_cast<size_t>(n) + 1);
+    for (int i = 0; i <= n; ++i) m_samples[static_cast<size_t>(i)] = Evaluate(a + m_sampleStep * i);
+    // The fastest the curve moves per unit of parameter, from dense derivatives, with room to
+    // spare: it bounds how much closer than a sample the curve can come within one step.
+    double fastest = 0.0;
+    for (int i = 0; i <= 4 * n; ++i) {
+        Vec3 d = Derivative(a + (b - a) * i / (4 * n));
+        fastest = std::max(fastest, std::sqrt(Dot(d, d)));
     }
-    size_t keep = std::min<size_t>(4, samples.size());
-    std::partial_sort(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(keep), samples.end());
-    CurvePoint best;
-    best.squaredDistance = std::numeric_limits<double>::infinity();
+    m_maxSpeed = fastest * 1.5 + 1e-12;
+}
+
+CurvePoint Curve::Closest(const Vec3& p) const {
+    if (m_samples.empty()) Sample();
+    const double a = UMin(), b = UMax(), step = m_sampleStep;
+    const size_t n = m_samples.size();
+    thread_local std::vector<double> d;
+    d.resize(n);
+    size_t nearest = 0;
+    for (size_t i = 0; i < n; ++i) {
+        d[i] = Dist2(m_samples[i], p);
+        if (d[i] < d[nearest]) nearest = i;
+    }
     auto f = [&](double u) { return Dist2(Evaluate(u), p); };
-    for (size_t i = 0; i < keep; ++i) {
-        double u0 = samples[i].second;
-        double u = Minimise(f, std::max(a, u0 - step), std::min(b, u0 + step), 1e-12 * std::max(1.0, b - a));
-        double d = f(u);
-        if (d < best.squaredDistance) best = {u, Evaluate(u), d};
+    auto refine = [&](size_t i) {
+        double u0 = a + step * static_cast<double>(i);
+        return Minimise(f, std::max(a, u0 - step), std::min(b, u0 + step), 1e-11 * std::max(1.0, b - a));
+    };
+    double u = refine(nearest);
+    CurvePoint best{u, Evaluate(u), f(u)};
+    // Other valleys: samples lower than both neighbours (a closed curve wraps around), searched
+    // only when the curve's speed lets them come closer than the best found so far.
+    for (size_t i = 0; i < n; ++i) {
+        if (i == nearest) continue;
+        size_t prev = i > 0 ? i - 1 : (m_closed ? n - 2 : i), next = i + 1 < n ? i + 1 : (m_closed ? 1 : i);
+        if (d[i] > d[prev] || d[i] > d[next]) continue;
+        if (std::sqrt(d[i]) - m_maxSpeed * step >= std::sqrt(best.squaredDistance)) continue;
+        double ui = refine(i);
+        double di = f(ui);
+        if (di < best.squaredDistance) best = {ui, Evaluate(ui), di};
     }
     return best;
 }

@@ -49,8 +49,14 @@ private:
     std::vector<std::array<double, 4>> m_points;  // homogeneous (x*w, y*w, z*w, w), periodic copies appended
     std::vector<double> m_knots;
 
+    // Samples along the parameter, made on the first closest-point query (the curve never
+    // changes once made), and a bound on the curve's speed between them.
+    mutable std::vector<Vec3> m_samples;
+    mutable double m_sampleStep = 0.0, m_maxSpeed = 0.0;
+
     std::array<double, 4> Homogeneous(double u) const;
     size_t Span(double u) const;
+    void Sample() const;
 };
 
 struct SurfacePoint {
