@@ -1,6 +1,7 @@
 // Operators applied from presets: nesting, ports, connexions through the automation bridge,
 // and evaluation that runs an operator again only when something it reads changed.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <fstream>
 
@@ -35,7 +36,7 @@ const char* kPreset = R"({
 })";
 
 struct OperatorTest : ::testing::Test {
-    fs::path dir = fs::temp_directory_path() / "orbelin_operator_test";
+    fs::path dir = fs::temp_directory_path() / ("orbelin_operator_test_" + std::to_string(::getpid()));
     standin::Host host{dir};
     CRef grid, map, other, prop, op;
 

@@ -1,5 +1,6 @@
 // Scene scripts: errors name file and line, values cross between Lua and the host intact.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -20,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct ScriptTest : ::testing::Test {
-    fs::path dir = fs::temp_directory_path() / "orbelin_script_test";
+    fs::path dir = fs::temp_directory_path() / ("orbelin_script_test_" + std::to_string(::getpid()));
     standin::Host host{dir};
     std::ostringstream err;
     XSI::CValueArray echoed;
