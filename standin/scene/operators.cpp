@@ -167,11 +167,11 @@ CStatus CmdApplyOp(Host& host, CValueArray& args, CValue& ret) {
     op->instances.resize(preset.groups.size());
     ClusterPropertyNode* target = nullptr;
     for (size_t g = 0; g < preset.groups.size(); ++g) {
-        const GroupSpec& spec = preset.groups[g];
+        const GroupSpec& groupDef = preset.groups[g];
         std::vector<std::wstring> objects = g < groups.size() ? groups[g] : std::vector<std::wstring>{};
         std::erase_if(objects, [](const std::wstring& s) { return s.empty(); });
-        if (objects.empty() && !spec.repeat) {
-            host.HostError(L"ApplyOp: nothing connected to the port group " + spec.name + L" of " + presetName);
+        if (objects.empty() && !groupDef.repeat) {
+            host.HostError(L"ApplyOp: nothing connected to the port group " + groupDef.name + L" of " + presetName);
             return CStatus::InvalidArgument;
         }
         for (const std::wstring& path : objects) {
@@ -181,7 +181,7 @@ CStatus CmdApplyOp(Host& host, CValueArray& args, CValue& ret) {
                 return CStatus::InvalidArgument;
             }
             std::vector<CRef> targets;
-            for (const PortSpec& port : spec.ports) {
+            for (const PortSpec& port : groupDef.ports) {
                 CRef t = PortTarget(object, port.reads);
                 if (!t.IsValid()) {
                     host.HostError(L"ApplyOp: the port " + port.name + L" of " + presetName + L" cannot read " +
@@ -284,11 +284,11 @@ OperatorPreset LoadPreset(const std::filesystem::path& file) {
 
 CStatus OperatorNode::Connect(LONG group, const CRef& object, LONG& instance) {
     if (group < 0 || static_cast<size_t>(group) >= preset.groups.size() || !object.IsValid()) return CStatus::InvalidArgument;
-    const GroupSpec& spec = preset.groups[static_cast<size_t>(group)];
+    const GroupSpec& groupDef = preset.groups[static_cast<size_t>(group)];
     auto& inst = instances[static_cast<size_t>(group)];
-    if (!spec.repeat && !inst.empty()) return CStatus::Fail;
+    if (!groupDef.repeat && !inst.empty()) return CStatus::Fail;
     std::vector<CRef> targets;
-    for (const PortSpec& port : spec.ports) {
+    for (const PortSpec& port : groupDef.ports) {
         CRef t = PortTarget(object, port.reads);
         if (!t.IsValid()) return CStatus::Fail;
         targets.push_back(t);
@@ -349,18 +349,18 @@ void OperatorNode::MarkDeleted() {
 }
 
 siClassID PortNode::ClassID() const {
-    const PortSpec* s = Spec();
+    const PortSpec* s = Definition();
     return s && s->output ? XSI::siOutputPortID : XSI::siInputPortID;
 }
 
-const PortSpec* PortNode::Spec() const {
+const PortSpec* PortNode::Definition() const {
     if (!op || group < 0 || static_cast<size_t>(group) >= op->preset.groups.size()) return nullptr;
     const GroupSpec& g = op->preset.groups[static_cast<size_t>(group)];
     return port >= 0 && static_cast<size_t>(port) < g.ports.size() ? &g.ports[static_cast<size_t>(port)] : nullptr;
 }
 
 CRef PortNode::Target() const {
-    if (!op || !Spec()) return CRef();
+    if (!op || !Definition()) return CRef();
     const auto& inst = op->instances[static_cast<size_t>(group)];
     if (instance < 0 || static_cast<size_t>(instance) >= inst.size()) return CRef();
     return inst[static_cast<size_t>(instance)][static_cast<size_t>(port)];

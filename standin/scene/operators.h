@@ -70,7 +70,7 @@ struct PortNode : Object {
     Ptr<OperatorNode> op;
     LONG group = 0, instance = 0, port = 0;
     siClassID ClassID() const override;
-    const PortSpec* Spec() const;
+    const PortSpec* Definition() const;
     CRef Target() const;
 };
 
