@@ -21,7 +21,8 @@
 namespace orbelin::proximity {
 
 // The falloff curve, read on 0 to 100. Beyond its last key it follows its extrapolation
-// exactly (1 constant, 2 linear, 3 periodic, 4 periodic relative).
+// exactly (1 constant, 2 linear, 3 periodic, 4 periodic relative). Evaluate reads it from
+// several threads at once: `eval` must only read.
 struct Falloff {
     std::function<double(double)> eval;
     bool hasKeys = true;
@@ -57,5 +58,11 @@ Result EvaluateStraight(std::span<const Point> elements, std::span<const double>
                         std::span<const Connexion> connexions, const Falloff& falloff, Options options);
 Result Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
                 const Falloff& falloff, Options options);
+
+// The distance past which a candidate's r no longer depends on how far it is (it never counts,
+// or the falloff's constant tail gives every such candidate the same r); infinity when the
+// curve has no such distance. A per-element distance known to be beyond it can be given as any
+// value beyond it, which spares the search for the exact one.
+double SettledDistance(const Falloff& falloff, Options options);
 
 }  // namespace orbelin::proximity

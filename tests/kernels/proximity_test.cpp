@@ -109,7 +109,8 @@ TEST(ProximityKernel, FastSearchEqualsAllPairsOnRandomScenes) {
     std::mt19937 rng(11);
     std::uniform_real_distribution<double> coord(-5, 5), unit(0, 1);
     for (int round = 0; round < 60; ++round) {
-        std::vector<Point> elements(300);
+        // Now and then enough elements for the work to be split between threads.
+        std::vector<Point> elements(round % 20 == 0 ? 10000 : 300);
         for (Point& p : elements) p = {coord(rng), coord(rng) * 0.2, coord(rng)};
         std::vector<double> base(elements.size());
         for (double& b : base) b = unit(rng);
@@ -139,6 +140,31 @@ TEST(ProximityKernel, FastSearchEqualsAllPairsOnRandomScenes) {
         for (size_t i = 0; i < fast.size(); ++i)
             ASSERT_NEAR(fast[i], slow[i], 1e-12 * std::max(1.0, std::abs(slow[i]))) << "round " << round << " element " << i;
     }
+}
+
+TEST(ProximityKernel, SettledDistanceFromTheCurvesEnd) {
+    Options o;
+    o.nearRange = 1.0;
+    o.farRange = 3.0;
+    // Reaching 1 at its last key: nothing past far counts.
+    EXPECT_NEAR(SettledDistance(FromCurve(Linear()), o), 3.0, 1e-9);
+    // Ending at 0.5, constant after: everything past far counts alike.
+    auto half = std::make_shared<standin::FCurve>();
+    half->AddKey(0, 0);
+    half->AddKey(100, 0.5, standin::FCurve::LinearInterpolation);
+    EXPECT_NEAR(SettledDistance(FromCurve(half), o), 3.0, 1e-9);
+    // The same carried on linearly reaches 1 at t = 200: d = 1 + 200 x 2 / 100.
+    half->SetExtrapolation(standin::FCurve::LinearExtrapolation);
+    EXPECT_NEAR(SettledDistance(FromCurve(half), o), 5.0, 1e-9);
+    // Falling after its last key, it never settles.
+    auto falling = std::make_shared<standin::FCurve>();
+    falling->AddKey(0, 0.5, standin::FCurve::LinearInterpolation);
+    falling->AddKey(100, 0.2, standin::FCurve::LinearInterpolation);
+    falling->SetExtrapolation(standin::FCurve::LinearExtrapolation);
+    EXPECT_TRUE(std::isinf(SettledDistance(FromCurve(falling), o)));
+    // A range too narrow is widened first, as the evaluation does.
+    o.farRange = 0.5;
+    EXPECT_NEAR(SettledDistance(FromCurve(Linear()), o), 1.0001, 1e-9);
 }
 
 TEST(ProximityKernel, PointIndexFindsExactlyThePointsWithinTheRadius) {
