@@ -2,11 +2,15 @@
 //
 //   orbelin info [--plugin PATH]
 //   orbelin run SCRIPT.lua [--project DIR] [--plugin PATH]
+//   orbelin demo [--out DIR] [--plugin PATH]
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <vector>
 
 #include "core/text.h"
 #include "scene/host.h"
@@ -16,12 +20,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The plug-in is installed beside the command: <prefix>/bin/orbelin, <prefix>/lib/libOrbelin.so.
-fs::path DefaultPlugin() {
+// The folder above the command's: <prefix> for <prefix>/bin/orbelin. Empty when unknown.
+fs::path Prefix() {
     std::error_code ec;
     fs::path exe = fs::read_symlink("/proc/self/exe", ec);
-    if (ec) return "libOrbelin.so";
-    return exe.parent_path().parent_path() / "lib" / "libOrbelin.so";
+    return ec ? fs::path() : exe.parent_path().parent_path();
+}
+
+// The plug-in is installed beside the command: <prefix>/bin/orbelin, <prefix>/lib/libOrbelin.so.
+fs::path DefaultPlugin() {
+    fs::path prefix = Prefix();
+    return prefix.empty() ? fs::path("libOrbelin.so") : prefix / "lib" / "libOrbelin.so";
 }
 
 std::string U8(const std::wstring& s) { return XSI::Host::ToUtf8(s); }
@@ -76,6 +85,50 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
     return standin::RunScript(host, file, std::cerr);
 }
 
+// The demo scene: beside the command (<prefix>/share/orbelin/examples), else in the source
+// tree the command was built from.
+std::vector<fs::path> DemoScriptPlaces() {
+    std::vector<fs::path> places;
+    if (fs::path prefix = Prefix(); !prefix.empty()) places.push_back(prefix / "share" / "orbelin" / "examples" / "proximity.lua");
+    places.push_back(fs::path(ORBELIN_EXAMPLES_DIR) / "proximity.lua");
+    return places;
+}
+
+// Runs the proximity example with its results in `out`/proximity, then lists the pictures.
+int Demo(const fs::path& outArg, const fs::path& plugin) {
+    std::vector<fs::path> places = DemoScriptPlaces();
+    auto script = std::find_if(places.begin(), places.end(), [](const fs::path& p) { return fs::is_regular_file(p); });
+    if (script == places.end()) {
+        std::cerr << "orbelin: the demo scene proximity.lua is missing; looked in:\n";
+        for (const fs::path& p : places) std::cerr << "  " << p.string() << "\n";
+        return 1;
+    }
+    const fs::path out = fs::absolute(outArg).lexically_normal();
+    const fs::path results = out / "proximity";
+    standin::Host host(out);
+    host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
+    if (!Load(host, plugin)) return 1;
+    std::error_code ec;
+    fs::create_directories(results, ec);
+    if (ec || ::access(results.c_str(), W_OK | X_OK) != 0) {
+        std::cerr << "orbelin: cannot write into " << results.string() << (ec ? ": " + ec.message() : std::string()) << "\n";
+        return 1;
+    }
+    // Timestamps of some file systems are coarse: a second's slack, so that nothing just
+    // written is missed.
+    const auto started = fs::file_time_type::clock::now() - std::chrono::seconds(1);
+    if (standin::RunScript(host, *script, std::cerr, {{"OUTPUT_DIR", out.string()}}) != 0) return 1;
+
+    std::vector<fs::path> pictures;
+    for (const fs::directory_entry& e : fs::directory_iterator(results))
+        if (e.is_regular_file() && e.path().extension() == ".png" && e.last_write_time() >= started) pictures.push_back(e.path());
+    std::sort(pictures.begin(), pictures.end());
+    std::cout << "\nPictures written (" << pictures.size() << "):\n";
+    for (const fs::path& p : pictures) std::cout << "  " << p.string() << "\n";
+    std::cout << "in " << results.string() << " (with the weights as CSV)\n";
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -92,11 +145,15 @@ int main(int argc, char** argv) {
     std::string project = fs::current_path().string();
     run->add_option("script", script, "the scene script")->required();
     run->add_option("--project", project, "the project folder (relative paths resolve here)");
+    CLI::App* demo = app.add_subcommand("demo", "run the proximity example: weights and pictures of a wet trail");
+    std::string out = "out";
+    demo->add_option("--out", out, "the folder the results go into (default: out/ here)");
 
     CLI11_PARSE(app, argc, argv);
     try {
         if (info->parsed()) return Info(plugin);
         if (run->parsed()) return Run(script, project, plugin);
+        if (demo->parsed()) return Demo(out, plugin);
     } catch (const std::exception& e) {
         std::cerr << "orbelin: " << e.what() << "\n";
         return 1;

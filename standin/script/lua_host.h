@@ -23,21 +23,37 @@
 //   GetWeights(map) -> {w1, w2 ...};  SetWeights(map, {w...});  GetElements(map) -> {point indices}
 //   WriteWeightsCSV(map, file)   rows "element,point,weight"
 //   GetPointPositions(object) -> {{x, y, z} ...} in object space
+//   RenderPreview(file[, options]) -> the file's full path   a PNG of the scene at the current frame,
+//       in world space. Options by name:
+//         weightmap = map path     its mesh coloured by the map (grey where the cluster does not reach);
+//                                  that mesh is always drawn
+//         objects = {paths}        what else to draw (default: every polygon mesh, curve and surface)
+//         camera = {eye = {x, y, z}, target = {x, y, z}[, up = {x, y, z}][, fov = degrees (35)]}
+//                                  (default: a three-quarter view from above that frames everything)
+//         range = {min, max}       the values the colour bar spans (default: the map's lowest to highest)
+//         title = text;  width = pixels (960);  height = pixels (640)
 //   LogMessage(text[, severity]);  LogMessages([from]) -> {{severity=, text=} ...};  LogCount()
 //   CancelProgressAfter(n)
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <ostream>
+#include <string>
 #include <string_view>
+#include <variant>
 
 namespace standin {
 
 class Host;
 
+// Globals set before a script runs, by name: a string or a number each.
+using ScriptGlobals = std::map<std::string, std::variant<std::string, double>>;
+
 // Runs a script file; 0 on success, 1 after a script error (reported on `err`).
-int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err);
+int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err, const ScriptGlobals& globals = {});
 // Runs script text under a chunk name (what error messages show as the file).
-int RunScriptText(Host& host, std::string_view code, std::string_view chunkName, std::ostream& err);
+int RunScriptText(Host& host, std::string_view code, std::string_view chunkName, std::ostream& err,
+                  const ScriptGlobals& globals = {});
 
 }  // namespace standin

@@ -1,0 +1,233 @@
+// Preview pictures from scripts: what RenderPreview draws and where, its errors, and the
+// proximity example that makes pictures of its wet trail.
+#include <gtest/gtest.h>
+#include <png.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "scene/host.h"
+#include "script/lua_host.h"
+#include "xsi_cluster.h"
+#include "xsi_geometry.h"
+#include "xsi_primitive.h"
+#include "xsi_x3dobject.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Picture {
+    unsigned width = 0, height = 0;
+    std::vector<uint8_t> rgb;
+    struct Pixel {
+        int r, g, b;
+    };
+    Pixel At(unsigned x, unsigned y) const {
+        const uint8_t* p = &rgb[(y * width + x) * 3];
+        return {p[0], p[1], p[2]};
+    }
+};
+
+Picture ReadPng(const fs::path& path) {
+    Picture out;
+    png_image png{};
+    png.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&png, path.c_str())) {
+        ADD_FAILURE() << "cannot read " << path << ": " << png.message;
+        return out;
+    }
+    png.format = PNG_FORMAT_RGB;
+    out.rgb.resize(PNG_IMAGE_SIZE(png));
+    if (!png_image_finish_read(&png, nullptr, out.rgb.data(), 0, nullptr)) {
+        ADD_FAILURE() << "cannot read " << path << ": " << png.message;
+        return out;
+    }
+    out.width = png.width;
+    out.height = png.height;
+    return out;
+}
+
+// The colour map's ends and the grey of a surface without values, as lit surfaces show them.
+bool Yellowish(Picture::Pixel p) { return p.r > 150 && p.g > 150 && p.b < 100; }
+bool DarkPurple(Picture::Pixel p) { return p.r < 110 && p.g < 60 && p.b > p.g; }
+bool Grey(Picture::Pixel p) { return p.r > 100 && std::abs(p.r - p.g) < 12 && std::abs(p.g - p.b) < 12; }
+// The background is a gradient from top to bottom: a pixel with nothing in front of it has the
+// colour of the picture's left edge on its row.
+bool Empty(const Picture& pic, unsigned x, unsigned y) {
+    Picture::Pixel a = pic.At(x, y), b = pic.At(0, y);
+    return a.r == b.r && a.g == b.g && a.b == b.b;
+}
+
+std::ostream& operator<<(std::ostream& o, Picture::Pixel p) { return o << "(" << p.r << ", " << p.g << ", " << p.b << ")"; }
+
+// Looking straight down at the origin from 20 up: picture x runs along world x.
+const char* kTopView = "camera = {eye = {0, 20, 0}, target = {0, 0, 0}, up = {0, 0, -1}}, width = 300, height = 200";
+
+struct PreviewTest : ::testing::Test {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_preview_test_" + std::to_string(::getpid()));
+    standin::Host host{dir};
+    std::ostringstream err;
+
+    PreviewTest() {
+        fs::create_directories(dir);
+        host.GetLog().SetEcho(false);
+    }
+    ~PreviewTest() override { fs::remove_all(dir); }
+    int Run(const std::string& code) { return standin::RunScriptText(host, code, "scene.lua", err); }
+    // A 10 x 10 grid of 5 x 5 points on the floor, with a weight map "W" over `points` (all when empty).
+    void Grid(std::vector<LONG> points = {}) {
+        ASSERT_EQ(Run("CreatePrim('Grid', 'g', {sizex = 10, sizez = 10, subdivu = 4, subdivv = 4})\n"), 0) << err.str();
+        XSI::Cluster cluster;
+        XSI::CLongArray indices;
+        for (LONG p : points) indices.Add(p);
+        ASSERT_EQ(XSI::X3DObject(host.Find(L"g")).GetActivePrimitive().GetGeometry().AddCluster(L"pnt", L"part", indices, cluster),
+                  XSI::CStatus::OK);
+        ASSERT_EQ(Run("ExecuteCommand('CreateWeightMap', {'', 'g.polymsh.cls.part', 'W', '', false})\n"), 0) << err.str();
+    }
+};
+
+TEST_F(PreviewTest, ColoursTheMapsMeshByTheWeightOfEachPoint) {
+    // Every point, listed backwards: the map's element i is point 24 - i. Weight 1 on the left
+    // half (x < 0), 0 on the right.
+    std::vector<LONG> backwards;
+    for (LONG p = 24; p >= 0; --p) backwards.push_back(p);
+    Grid(backwards);
+    ASSERT_EQ(Run(std::string("local map = 'g.polymsh.cls.part.W'\n"
+                              "local pos, w = GetPointPositions('g'), {}\n"
+                              "for i, point in ipairs(GetElements(map)) do w[i] = pos[point + 1][1] < 0 and 1 or 0 end\n"
+                              "SetWeights(map, w)\n"
+                              "local file = RenderPreview('pics/halves.png', {weightmap = map, range = {0, 1}, ") +
+                  kTopView + "})\n"
+                             "assert(file == '" + (dir / "pics" / "halves.png").string() + "', file)\n"),
+              0)
+        << err.str();
+    Picture pic = ReadPng(dir / "pics" / "halves.png");
+    ASSERT_EQ(pic.width, 300u);
+    ASSERT_EQ(pic.height, 200u);
+    // 16 pixels a unit; the view's middle moves left of the picture's to make room for the
+    // colour bar.
+    EXPECT_TRUE(Yellowish(pic.At(75, 100))) << pic.At(75, 100);
+    EXPECT_TRUE(DarkPurple(pic.At(190, 100))) << pic.At(190, 100);
+}
+
+TEST_F(PreviewTest, PointsOutsideTheClusterAndMeshesWithoutAMapAreGrey) {
+    // The two left columns of points only.
+    Grid({0, 1, 5, 6, 10, 11, 15, 16, 20, 21});
+    ASSERT_EQ(Run("local x = GetPointPositions('g')[1][1]\nassert(x == -5, 'points run along x: ' .. x)\n"
+                  "SetWeights('g.polymsh.cls.part.W', {1, 1, 1, 1, 1, 1, 1, 1, 1, 1})\n"
+                  "RenderPreview('part.png', {weightmap = 'g.polymsh.cls.part.W', range = {0, 1}, " +
+                  std::string(kTopView) + "})\n"
+                  "RenderPreview('plain.png', {" + kTopView + "})\n"),
+              0)
+        << err.str();
+    Picture part = ReadPng(dir / "part.png");
+    EXPECT_TRUE(Yellowish(part.At(85, 100))) << part.At(85, 100);
+    EXPECT_TRUE(Grey(part.At(190, 100))) << part.At(190, 100);
+    Picture plain = ReadPng(dir / "plain.png");
+    EXPECT_TRUE(Grey(plain.At(110, 100))) << plain.At(110, 100);
+    EXPECT_TRUE(Grey(plain.At(190, 100))) << plain.At(190, 100);
+}
+
+// Objects are drawn where they are in the world at the current frame; `objects` limits the
+// picture to those listed; curves show as dark lines, surfaces as shaded grey.
+TEST_F(PreviewTest, DrawsObjectsInWorldSpaceAtTheCurrentFrame) {
+    ASSERT_EQ(Run("local c = CreatePrim('Cube', 'box', {length = 2})\n"
+                  "SetTransform(c, {pos = {-4, 0, 0}}, 1)\n"
+                  "SetTransform(c, {pos = {4, 0, 0}}, 11)\n"
+                  "local m = CreateModel('holder')\n"
+                  "CreateSurface('Grid', 'sheet', {sizex = 3, sizez = 3}, m)\n"
+                  "SetTransform(m, {pos = {0, 0, 4}})\n"
+                  "CreateCircle('hoop', 1)\nSetTransform('hoop', {pos = {0, 0, -4}})\n"
+                  "CreateNull('nothing')\n"
+                  "SetFrame(11)\n"
+                  "RenderPreview('all.png', {" + std::string(kTopView) + "})\n"
+                  "RenderPreview('box.png', {objects = {'box'}, " + kTopView + "})\n"),
+              0)
+        << err.str();
+    // 20 up, a 35 degree view: 1 unit is about 16 pixels; the middle is (150, 100).
+    Picture all = ReadPng(dir / "all.png");
+    EXPECT_TRUE(Grey(all.At(150 + 64, 100))) << "the box at x = 4: " << all.At(214, 100);
+    EXPECT_TRUE(Empty(all, 150 - 64, 100)) << "nothing left at x = -4: " << all.At(86, 100);
+    EXPECT_TRUE(Grey(all.At(150, 100 + 64))) << "the sheet under its model at z = 4: " << all.At(150, 164);
+    int dark = 0;  // the hoop's line, around (150, 36)
+    for (unsigned y = 10; y < 60; ++y)
+        for (unsigned x = 120; x < 180; ++x) dark += all.At(x, y).r < 90;
+    EXPECT_GT(dark, 20);
+    Picture box = ReadPng(dir / "box.png");
+    EXPECT_TRUE(Grey(box.At(150 + 64, 100))) << box.At(214, 100);
+    EXPECT_TRUE(Empty(box, 150, 164)) << "the sheet is not asked for: " << box.At(150, 164);
+}
+
+TEST_F(PreviewTest, ClearErrors) {
+    Grid();
+    ASSERT_EQ(Run("CreateNull('n')\n"), 0) << err.str();
+    std::ofstream(dir / "file.txt") << "not a folder";
+    struct Case {
+        std::string call, message;
+    };
+    const Case cases[] = {
+        {"RenderPreview('a.png', {weightmap = 'g.polymsh.cls.part.Nope'})", "object not found: 'g.polymsh.cls.part.Nope'"},
+        {"RenderPreview('a.png', {weightmap = 'g'})", "'g' is not a weight map"},
+        {"RenderPreview('a.png', {objects = {'g', 'ghost'}})", "object not found: 'ghost'"},
+        {"RenderPreview('a.png', {objects = {'n'}})", "'n' is not a polygon mesh, curve or surface object"},
+        {"RenderPreview('a.png', {wieghtmap = 'g'})", "unknown option 'wieghtmap'"},
+        {"RenderPreview('a.png', {width = 'wide'})", "option 'width' must be a whole number"},
+        {"RenderPreview('a.png', {camera = {eye = {0, 1}, target = {0, 0, 0}}})", "option 'camera.eye' must be a table of numbers"},
+        {"RenderPreview('a.png', {camera = {eye = {0, 0, 0}, target = {0, 0, 0}}})", "eye"},
+        {"RenderPreview('a.png', {range = {1, 0}})", "option 'range' must be two finite numbers"},
+        {"RenderPreview('a.png', 'g')", "the options must be a table"},
+        {"RenderPreview('')", "no file name"},
+        {"RenderPreview('file.txt/a.png')", "cannot write " + (dir / "file.txt" / "a.png").string()},
+    };
+    for (const Case& c : cases) {
+        err.str("");
+        EXPECT_EQ(Run(c.call + "\n"), 1) << c.call;
+        EXPECT_NE(err.str().find(c.message), std::string::npos) << c.call << "\n" << err.str();
+        EXPECT_NE(err.str().find("scene.lua:"), std::string::npos) << err.str();
+        EXPECT_FALSE(fs::exists(dir / "a.png")) << c.call;
+    }
+}
+
+// The proximity example as the demo runs it, cut to its first 10 frames: weights and a picture
+// in the folder it is given, the trail wet.
+TEST(ProximityExample, WritesWeightsAndAPictureOfTheTrailWhereItIsTold) {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_proximity_example_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    standin::Host host(fs::temp_directory_path());
+    host.GetLog().SetEcho(false);
+    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+    std::ostringstream err;
+    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "proximity.lua", err,
+                                 {{"OUTPUT_DIR", (dir / "results").string()}, {"LAST_FRAME", 10.0}}),
+              0)
+        << err.str();
+    const fs::path out = dir / "results" / "proximity";
+    std::ifstream csv(out / "frame10.csv");
+    std::string line;
+    ASSERT_TRUE(std::getline(csv, line));
+    EXPECT_EQ(line, "element,point,weight");
+    int rows = 0, wet = 0;
+    while (std::getline(csv, line)) {
+        ++rows;
+        wet += std::stod(line.substr(line.rfind(',') + 1)) > 0.9;
+    }
+    EXPECT_EQ(rows, 81 * 81);
+    EXPECT_GT(wet, 50);
+    EXPECT_FALSE(fs::exists(out / "frame20.csv"));
+    Picture pic = ReadPng(out / "frame10.png");
+    ASSERT_EQ(pic.width, 960u);
+    ASSERT_EQ(pic.height, 640u);
+    int yellow = 0, purple = 0;
+    for (unsigned y = 0; y < pic.height; ++y)
+        for (unsigned x = 0; x < 860; ++x) {  // left of the colour bar
+            yellow += Yellowish(pic.At(x, y));
+            purple += DarkPurple(pic.At(x, y));
+        }
+    EXPECT_GT(yellow, 2000);
+    EXPECT_GT(purple, yellow);
+    fs::remove_all(dir);
+}
+
+}  // namespace
