@@ -3,10 +3,26 @@
 // Parameters are the knot values themselves (not normalised). Open curves use clamped
 // knot vectors (the curve starts and ends on its end control points); closed curves are
 // periodic (the first `degree` control points repeat at the end of the internal list).
+//
+// Closest points. The first query on a curve or surface turns every knot span (every patch of
+// a surface) into a polynomial in a local parameter and builds a tree of boxes around the
+// spans' Bezier points; the curve never leaves those boxes while the weights are positive.
+// A query then visits only the spans whose box can hold a point nearer than the best found
+// so far, nearest box first. On a curve span the stationary points of the distance are the
+// roots of one polynomial, isolated by subdividing its Bernstein form, so the span's minimum is
+// exact. A patch is sampled on a grid (finer where it turns or its speed is uneven) that gives
+// an upper bound; each cell of the grid also gets a lower bound (the hull of its corners
+// widened by how far the patch can bend away from them), and the cells that may still hold a
+// nearer point are descended by Newton's method from their middle: bounded to the patch, with
+// a trust radius, a shifted Hessian where it is not positive and a step along negative
+// curvature out of saddles (a sphere's poles), never ending farther than it started. The
+// queries allocate nothing; the caches are made lazily, so const members are NOT safe to call
+// concurrently (the host is single-threaded).
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "mesh/polymesh.h"
@@ -14,6 +30,11 @@
 namespace standin::nurbs {
 
 using mesh::Vec3;
+
+namespace detail {
+struct CurveIndex;
+struct SurfaceIndex;
+}  // namespace detail
 
 struct CurvePoint {
     double u = 0.0;
@@ -36,7 +57,7 @@ public:
     Vec3 Evaluate(double u) const;
     Vec3 Derivative(double u) const;  // first derivative with respect to u
     double Length() const;            // arc length, by adaptive Gauss quadrature per span
-    // The point of the curve nearest to `p`, to 1e-9 in the parameter's span.
+    // The point of the curve nearest to `p` (u within [UMin, UMax]).
     CurvePoint Closest(const Vec3& p) const;
     // U in [0, 1] along the parameter range, and back.
     double NormalizedFromU(double u) const { return (u - UMin()) / (UMax() - UMin()); }
@@ -49,14 +70,12 @@ private:
     std::vector<std::array<double, 4>> m_points;  // homogeneous (x*w, y*w, z*w, w), periodic copies appended
     std::vector<double> m_knots;
 
-    // Samples along the parameter, made on the first closest-point query (the curve never
-    // changes once made), and a bound on the curve's speed between them.
-    mutable std::vector<Vec3> m_samples;
-    mutable double m_sampleStep = 0.0, m_maxSpeed = 0.0;
+    // Span polynomials and their box tree, made on the first closest-point query (a curve
+    // never changes once made, so copies share them).
+    mutable std::shared_ptr<const detail::CurveIndex> m_index;
 
     std::array<double, 4> Homogeneous(double u) const;
-    size_t Span(double u) const;
-    void Sample() const;
+    const detail::CurveIndex& Index() const;
 };
 
 struct SurfacePoint {
@@ -66,22 +85,37 @@ struct SurfacePoint {
 };
 
 // A tensor-product surface: control points row by row, `countU` per row, `countV` rows.
+// Rows run along U, columns along V; each direction is open (clamped) or closed (periodic)
+// like a curve. `weights` empty means all 1, else one positive weight per control point.
 class Surface {
 public:
-    Surface(std::vector<Vec3> points, int countU, int countV, int degreeU, int degreeV, bool closedU, bool closedV);
+    Surface(std::vector<Vec3> points, int countU, int countV, int degreeU, int degreeV, bool closedU, bool closedV,
+            std::vector<double> weights = {});
 
-    Vec3 Evaluate(double u, double v) const;
+    Vec3 Evaluate(double u, double v) const;  // u and v are clamped to the domain
+    // The point of the surface nearest to `p` (u, v within the domain).
     SurfacePoint Closest(const Vec3& p) const;
-    double UMin() const { return m_rows.front().UMin(); }
-    double UMax() const { return m_rows.front().UMax(); }
-    double VMin() const;
-    double VMax() const;
+    double UMin() const { return m_knotsU[static_cast<size_t>(m_degreeU)]; }
+    double UMax() const { return m_knotsU[m_knotsU.size() - 1 - static_cast<size_t>(m_degreeU)]; }
+    double VMin() const { return m_knotsV[static_cast<size_t>(m_degreeV)]; }
+    double VMax() const { return m_knotsV[m_knotsV.size() - 1 - static_cast<size_t>(m_degreeV)]; }
+    int DegreeU() const { return m_degreeU; }
+    int DegreeV() const { return m_degreeV; }
+    bool ClosedU() const { return m_closedU; }
+    bool ClosedV() const { return m_closedV; }
+    // As given: row by row, without periodic copies.
+    const std::vector<Vec3>& ControlPoints() const { return m_userPoints; }
 
 private:
-    int m_countU, m_countV, m_degreeV;
-    bool m_closedV;
-    std::vector<Curve> m_rows;  // one curve in U per row of control points
-    Curve ColumnAt(double u) const;
+    int m_degreeU, m_degreeV;
+    bool m_closedU, m_closedV;
+    std::vector<Vec3> m_userPoints;
+    size_t m_rowLength = 0;                       // stored points per row, periodic copies included
+    std::vector<std::array<double, 4>> m_points;  // homogeneous, row by row, periodic rows appended
+    std::vector<double> m_knotsU, m_knotsV;
+    mutable std::shared_ptr<const detail::SurfaceIndex> m_index;  // patches and their box tree
+
+    const detail::SurfaceIndex& Index() const;
 };
 
 // Shapes the stand-in's scripts create.
