@@ -202,21 +202,34 @@ std::wstring PolyMeshNode::ComponentText(LONG cls, LLONG index) const {
     return base + L"." + kind + L"[" + std::to_wstring(index) + L"]";
 }
 
-LONG CurveListNode::PointCount() const {
+namespace {
+
+// The control points of several curves or surfaces, numbered one after the other.
+template <class Shapes>
+LONG ControlPointCount(const Shapes& shapes) {
     LONG n = 0;
-    for (const auto& c : curves) n += static_cast<LONG>(c.ControlPoints().size());
+    for (const auto& s : shapes) n += static_cast<LONG>(s.ControlPoints().size());
     return n;
 }
 
-LONG CurveListNode::ComponentCount(const std::wstring& t) const { return t == L"pnt" ? PointCount() : -1; }
-
-mesh::Vec3 CurveListNode::PointPosition(LLONG index) const {
-    for (const auto& c : curves) {
-        if (index < static_cast<LLONG>(c.ControlPoints().size())) return c.ControlPoints()[static_cast<size_t>(index)];
-        index -= static_cast<LLONG>(c.ControlPoints().size());
+template <class Shapes>
+mesh::Vec3 ControlPointAt(const Shapes& shapes, LLONG index) {
+    for (const auto& s : shapes) {
+        if (index < static_cast<LLONG>(s.ControlPoints().size())) return s.ControlPoints()[static_cast<size_t>(index)];
+        index -= static_cast<LLONG>(s.ControlPoints().size());
     }
     return {};
 }
+
+}  // namespace
+
+LONG CurveListNode::PointCount() const { return ControlPointCount(curves); }
+LONG SurfaceMeshNode::PointCount() const { return ControlPointCount(surfaces); }
+mesh::Vec3 SurfaceMeshNode::PointPosition(LLONG index) const { return ControlPointAt(surfaces, index); }
+
+LONG CurveListNode::ComponentCount(const std::wstring& t) const { return t == L"pnt" ? PointCount() : -1; }
+
+mesh::Vec3 CurveListNode::PointPosition(LLONG index) const { return ControlPointAt(curves, index); }
 
 bool CurveListNode::ComponentExists(LONG cls, LLONG index) const {
     if (index < 0) return false;
@@ -229,6 +242,13 @@ std::wstring CurveListNode::ComponentText(LONG cls, LLONG index) const {
     const Object* owner = parent ? parent->parent : nullptr;
     std::wstring base = owner ? owner->FullName() : FullName();
     return base + (cls == XSI::siNurbsCurveID ? L".crv[" : L".pnt[") + std::to_wstring(index) + L"]";
+}
+
+bool SurfaceMeshNode::ComponentExists(LONG cls, LLONG index) const { return cls == XSI::siPointID && index >= 0 && index < PointCount(); }
+
+std::wstring SurfaceMeshNode::ComponentText(LONG, LLONG index) const {
+    const Object* owner = parent ? parent->parent : nullptr;
+    return (owner ? owner->FullName() : FullName()) + L".pnt[" + std::to_wstring(index) + L"]";
 }
 
 void PrimitiveNode::Children(std::vector<Object*>& out) const {

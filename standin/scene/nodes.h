@@ -133,15 +133,18 @@ struct CurveListNode : GeometryNode {
     std::wstring ComponentText(LONG cls, LLONG index) const override;
 };
 
-// A surface object's geometry: its NURBS surfaces (points are not addressed one by one).
+// A surface object's geometry: its NURBS surfaces; its points are their control points, surface
+// after surface.
 struct SurfaceMeshNode : GeometryNode {
     std::vector<nurbs::Surface> surfaces;
     explicit SurfaceMeshNode(std::vector<nurbs::Surface> s) : surfaces(std::move(s)) {}
     siClassID ClassID() const override { return XSI::siNurbsSurfaceMeshID; }
     std::wstring TypeName() const override { return L"surfmsh"; }
-    LONG PointCount() const override { return 0; }
-    LONG ComponentCount(const std::wstring& clusterType) const override { return clusterType == L"pnt" ? 0 : -1; }
-    mesh::Vec3 PointPosition(LLONG) const override { return {}; }
+    LONG PointCount() const override;
+    LONG ComponentCount(const std::wstring& clusterType) const override { return clusterType == L"pnt" ? PointCount() : -1; }
+    mesh::Vec3 PointPosition(LLONG index) const override;
+    bool ComponentExists(LONG cls, LLONG index) const override;
+    std::wstring ComponentText(LONG cls, LLONG index) const override;
 };
 
 struct PolyMeshNode : GeometryNode {

@@ -153,33 +153,44 @@ TEST_F(ProximityTest, EveryKindOfGeometryConnects) {
     EXPECT_NEAR(Weights()[7], 0.8, 1e-6);
 }
 
-// Elements far from a curve skip its closest-point search; their weights must not show it,
-// whether the falloff lets far candidates count (a constant tail below 1) or not.
-TEST_F(ProximityTest, ElementsBeyondACurvesReachKeepTheDefinedWeights) {
+// Elements far from a curve or surface skip its closest-point search; their weights must not
+// show it, whether the falloff lets far candidates count (a constant tail below 1) or not.
+TEST_F(ProximityTest, ElementsBeyondACurvesOrSurfacesReachKeepTheDefinedWeights) {
     standin::nurbs::Curve ring = standin::nurbs::Circle(1.0);
+    standin::nurbs::Surface ball = standin::nurbs::SphereSurface(1.5);
     host.CreateCurveList(L"ring", {ring});
-    Connect(L"ring");
+    host.CreateSurfaceMesh(L"ball", {ball});
     Set(L"Far", CValue(2.5));
-    auto distance = [&](size_t i) { return std::sqrt(ring.Closest({double(i), 0.0, 0.0}).squaredDistance); };
-    std::vector<double> w = Weights();
-    for (size_t i = 0; i <= 10; ++i) {
-        double d = distance(i);
-        EXPECT_NEAR(w[i], d < 2.5 ? 1.0 - d / 2.5 : 0.0, 1e-9) << i;
-    }
-    // Half way up at 100 and constant after: every element counts, at most with r = far / 2.
     FCurve falloff(Get(L"Falloff"));
-    falloff.BeginEdit();
-    falloff.RemoveKeys();
-    falloff.AddKey(CTime(0.0), CValue(0.0), siLinearKeyInterpolation);
-    falloff.AddKey(CTime(100.0), CValue(0.5), siLinearKeyInterpolation);
-    falloff.PutExtrapolation(siConstantExtrapolation);
-    falloff.EndEdit();
-    w = Weights();
-    for (size_t i = 0; i <= 10; ++i) {
-        double r = 0.5 * std::min(distance(i), 2.5);
-        EXPECT_NEAR(w[i], 1.0 - r / 2.5, 1e-9) << i;
+    for (bool surface : {false, true}) {
+        SCOPED_TRACE(surface ? "surface" : "curve");
+        Run(L"Orbelin_zrProximityMapRemoveConnexionCmd", {CValue(kProp.c_str())});
+        Connect(surface ? L"ball" : L"ring");
+        auto distance = [&](size_t i) {
+            standin::mesh::Vec3 p{double(i), 0.0, 0.0};
+            return std::sqrt(surface ? ball.Closest(p).squaredDistance : ring.Closest(p).squaredDistance);
+        };
+        falloff.BeginEdit();
+        falloff.RemoveKeys();
+        falloff.AddKey(CTime(0.0), CValue(0.0), siLinearKeyInterpolation);
+        falloff.AddKey(CTime(100.0), CValue(1.0), siLinearKeyInterpolation);
+        falloff.EndEdit();
+        std::vector<double> w = Weights();
+        for (size_t i = 0; i <= 10; ++i) {
+            double d = distance(i);
+            EXPECT_NEAR(w[i], d < 2.5 ? 1.0 - d / 2.5 : 0.0, 1e-9) << i;
+        }
+        // Half way up at 100 and constant after: every element counts, at most with r = far / 2.
+        falloff.BeginEdit();
+        falloff.RemoveKeys();
+        falloff.AddKey(CTime(0.0), CValue(0.0), siLinearKeyInterpolation);
+        falloff.AddKey(CTime(100.0), CValue(0.5), siLinearKeyInterpolation);
+        falloff.PutExtrapolation(siConstantExtrapolation);
+        falloff.EndEdit();
+        w = Weights();
+        for (size_t i = 0; i <= 10; ++i) EXPECT_NEAR(w[i], 1.0 - 0.5 * std::min(distance(i), 2.5) / 2.5, 1e-9) << i;
+        EXPECT_EQ(w[10], 0.5);
     }
-    EXPECT_EQ(w[10], 0.5);
 }
 
 TEST_F(ProximityTest, ClampAndChangeRange) {
