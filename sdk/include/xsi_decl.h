@@ -25,6 +25,7 @@ enum siClassID {
     siConstructionHistoryID = 28,
     siDictionaryID = 29,
     siFCurveID = 31,
+    siFCurveKeyID = 32,
     siPortID = 37,
     siInputPortID = 38,
     siSelectionID = 39,

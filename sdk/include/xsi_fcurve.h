@@ -4,6 +4,7 @@
 #include "xsi_siobject.h"
 #include "xsi_time.h"
 #include "xsi_decl.h"
+#include "xsi_fcurvekey.h"
 
 namespace XSI {
 
@@ -36,6 +37,7 @@ public:
     LONG GetNumKeys() const;
     CTime GetKeyTime(LONG index) const;
     CValue GetKeyValue(LONG index) const;
+    FCurveKey GetKeyAtIndex(LONG index) const;
     siFCurveType GetFCurveType() const;
 };
 

@@ -31,6 +31,7 @@ constexpr ClassRow kClasses[] = {
     {siConstructionHistoryID, L"ConstructionHistory", siSIObjectID},
     {siDictionaryID, L"Dictionary", siSIObjectID},
     {siFCurveID, L"FCurve", siSIObjectID},
+    {siFCurveKeyID, L"FCurveKey", siUnknownClassID},
     {siPortID, L"Port", siSIObjectID},
     {siInputPortID, L"InputPort", siPortID},
     {siSelectionID, L"Selection", siUnknownClassID},

@@ -31,6 +31,10 @@ namespace MATH = XSI::MATH;
 struct FCurveNode : Object {
     FCurve curve;
     siClassID ClassID() const override { return XSI::siFCurveID; }
+    // Its keys, as components.
+    bool ComponentExists(LONG cls, LLONG index) const override {
+        return cls == XSI::siFCurveKeyID && index >= 0 && static_cast<size_t>(index) < curve.NumKeys();
+    }
 };
 
 struct ParameterNode : Object {

@@ -593,4 +593,34 @@ CValue FCurve::GetKeyValue(LONG index) const {
 
 siFCurveType FCurve::GetFCurveType() const { return siStandardFCurve; }
 
+FCurveKey FCurve::GetKeyAtIndex(LONG index) const {
+    standin::FCurve* c = CurveOf(m_ref);
+    if (!c || index < 0 || static_cast<size_t>(index) >= c->NumKeys()) return FCurveKey();
+    return FCurveKey(CRef::FromHost(m_ref.GetHostObject(), siFCurveKeyID, index));
+}
+
+// ---- FCurveKey: a component reference (the curve, the key's index)
+
+XSI_WRAPPER(FCurveKey, siFCurveKeyID)
+
+namespace {
+// The key behind a reference; null once the key or its curve is gone.
+const standin::FCurveKey* KeyOf(const CRef& ref) {
+    if (!ref.IsValid() || ref.GetComponentClass() != siFCurveKeyID) return nullptr;
+    auto* n = static_cast<FCurveNode*>(ref.GetHostObject());
+    return &n->curve.key(static_cast<size_t>(ref.GetComponentIndex()));
+}
+}  // namespace
+
+CTime FCurveKey::GetTime() const { auto* k = KeyOf(m_ref); return k ? CTime(k->time) : CTime(); }
+CValue FCurveKey::GetValue() const { auto* k = KeyOf(m_ref); return k ? CValue(k->value) : CValue(); }
+siFCurveKeyInterpolation FCurveKey::GetInterpolation() const {
+    auto* k = KeyOf(m_ref);
+    return k ? static_cast<siFCurveKeyInterpolation>(k->interpolation) : siDefaultKeyInterpolation;
+}
+double FCurveKey::GetLeftTanX() const { auto* k = KeyOf(m_ref); return k ? k->leftX : 0.0; }
+double FCurveKey::GetLeftTanY() const { auto* k = KeyOf(m_ref); return k ? k->leftY : 0.0; }
+double FCurveKey::GetRightTanX() const { auto* k = KeyOf(m_ref); return k ? k->rightX : 0.0; }
+double FCurveKey::GetRightTanY() const { auto* k = KeyOf(m_ref); return k ? k->rightY : 0.0; }
+
 }  // namespace XSI
