@@ -65,12 +65,12 @@ public:
     CRefArray& operator=(CRefArray&& other) noexcept = default;
     CRefArray& operator+=(const CRefArray& other);
 
-    const CRef& operator[](LONG i) const { return m_items[static_cast<size_t>(i)]; }
-    CRef& operator[](LONG i) { return m_items[static_cast<size_t>(i)]; }
+    const CRef& operator[](LONG i) const { Expand(); return m_items[static_cast<size_t>(i)]; }
+    CRef& operator[](LONG i) { Expand(); return m_items[static_cast<size_t>(i)]; }
     virtual CRef GetItem(LONG i) const;
     virtual CRef GetItem(const CString& name) const;
     virtual void Add(const CRef& item);
-    virtual LONG GetCount() const { return static_cast<LONG>(m_items.size()); }
+    virtual LONG GetCount() const { return m_runCount ? m_runCount : static_cast<LONG>(m_items.size()); }
     bool IsA(siClassID id) const;
     siClassID GetClassID() const;
     CString GetClassIDName() const;
@@ -82,13 +82,27 @@ public:
     LONG Set(const CString& list, const CString& sep);
     LONG Set(const CString& list);
     LONG Remove(const CRef& item);
-    void Clear() { m_items.clear(); }
+    void Clear() { m_items.clear(); m_runOwner = CRef(); m_runCount = 0; }
     CString GetAsText() const;
     CStatus Resize(LONG n);
-    void Reserve(LONG n) { m_items.reserve(static_cast<size_t>(n)); }
+    void Reserve(LONG n) { Expand(); m_items.reserve(static_cast<size_t>(n)); }
+
+    // Handle parts, for the host's own implementation: an array of components 0 to count - 1
+    // of one class of one object (every point of a geometry, say), held as that one reference
+    // until an element is asked for.
+    static CRefArray Run(const CRef& owner, LONG componentClass, LONG count);
+    // The run this array still is; false once its elements have been made.
+    bool GetRun(CRef& owner, LONG& componentClass, LONG& count) const;
 
 protected:
-    std::vector<CRef> m_items;
+    void Expand() const {
+        if (m_runCount) ExpandRun();
+    }
+    void ExpandRun() const;
+    mutable std::vector<CRef> m_items;
+    CRef m_runOwner;
+    LONG m_runClass = 0;
+    mutable LONG m_runCount = 0;
 };
 
 }  // namespace XSI

@@ -111,13 +111,10 @@ Geometry Primitive::GetGeometry(double) const {
 Geometry Primitive::GetGeometry(double time, siConstructionMode) const { return GetGeometry(time); }
 
 CPointRefArray Geometry::GetPoints() const {
-    CPointRefArray out;
     auto* g = NodeOf<GeometryNode>(m_ref);
-    if (!g) return out;
-    LONG n = g->PointCount();
-    out.Reserve(n);
-    for (LONG i = 0; i < n; ++i) out.Add(CRef::FromHost(g, siPointID, i));
-    return out;
+    if (!g) return CPointRefArray();
+    // A run: a million points are not a million references until someone walks them.
+    return CPointRefArray(CRefArray::Run(XSI::Host::RefOf(g), siPointID, g->PointCount()));
 }
 
 CFacetRefArray Geometry::GetFacets() const {
@@ -259,6 +256,25 @@ CLongArray CPointRefArray::GetIndexArray() const {
 }
 
 MATH::CVector3Array CPointRefArray::GetPositionArray() const {
+    CRef owner;
+    LONG cls = 0, count = 0;
+    if (GetRun(owner, cls, count)) {
+        // Every point of one geometry: copied straight from it.
+        MATH::CVector3Array out(count);
+        auto* g = owner.IsValid() ? dynamic_cast<GeometryNode*>(owner.GetHostObject()) : nullptr;
+        if (!g) return out;
+        if (auto* m = dynamic_cast<PolyMeshNode*>(g)) {
+            auto pos = m->mesh.Positions();
+            for (LONG i = 0; i < count && static_cast<size_t>(i) < pos.size(); ++i)
+                out[i].Set(pos[static_cast<size_t>(i)].x, pos[static_cast<size_t>(i)].y, pos[static_cast<size_t>(i)].z);
+            return out;
+        }
+        for (LONG i = 0; i < count; ++i) {
+            mesh::Vec3 p = g->PointPosition(i);
+            out[i].Set(p.x, p.y, p.z);
+        }
+        return out;
+    }
     MATH::CVector3Array out(GetCount());
     for (LONG i = 0; i < GetCount(); ++i) {
         const CRef& r = (*this)[i];

@@ -42,25 +42,57 @@ CRefArray::CRefArray(LONG size) : m_items(size > 0 ? static_cast<size_t>(size) :
 
 CRefArray::~CRefArray() = default;
 
+CRefArray CRefArray::Run(const CRef& owner, LONG componentClass, LONG count) {
+    CRefArray out;
+    if (count <= 0 || !owner.IsValid()) return out;
+    out.m_runOwner = owner;
+    out.m_runClass = componentClass;
+    out.m_runCount = count;
+    return out;
+}
+
+bool CRefArray::GetRun(CRef& owner, LONG& componentClass, LONG& count) const {
+    if (!m_runCount) return false;
+    owner = m_runOwner;
+    componentClass = m_runClass;
+    count = m_runCount;
+    return true;
+}
+
+void CRefArray::ExpandRun() const {
+    const LONG n = m_runCount;
+    m_runCount = 0;
+    m_items.clear();
+    m_items.reserve(static_cast<size_t>(n));
+    for (LONG i = 0; i < n; ++i) m_items.push_back(CRef::FromHost(m_runOwner.GetHostObject(), m_runClass, i));
+}
+
 CRefArray& CRefArray::operator+=(const CRefArray& other) {
+    Expand();
+    other.Expand();
     const size_t n = other.m_items.size();  // other may be this array
     m_items.reserve(m_items.size() + n);
     for (size_t i = 0; i < n; ++i) m_items.push_back(other.m_items[i]);
     return *this;
 }
 
-CRef CRefArray::GetItem(LONG i) const { return i >= 0 && i < GetCount() ? m_items[static_cast<size_t>(i)] : CRef(); }
+CRef CRefArray::GetItem(LONG i) const { return i >= 0 && i < GetCount() ? (*this)[i] : CRef(); }
 
 CRef CRefArray::GetItem(const CString& name) const {
+    Expand();
     for (const CRef& item : m_items)
         if (NameMatches(item, name)) return item;
     return CRef();
 }
 
-void CRefArray::Add(const CRef& item) { m_items.push_back(item); }
+void CRefArray::Add(const CRef& item) {
+    Expand();
+    m_items.push_back(item);
+}
 
 // The class shared by every item; siUnknownClassID when empty or mixed.
 siClassID CRefArray::GetClassID() const {
+    Expand();
     if (m_items.empty()) return siUnknownClassID;
     const siClassID id = m_items.front().GetClassID();
     for (const CRef& item : m_items)
@@ -70,6 +102,7 @@ siClassID CRefArray::GetClassID() const {
 
 // Whether every item is of (or derives from) the class; false when empty.
 bool CRefArray::IsA(siClassID id) const {
+    Expand();
     return !m_items.empty() && std::all_of(m_items.begin(), m_items.end(), [id](const CRef& r) { return r.IsA(id); });
 }
 
@@ -80,6 +113,7 @@ CString CRefArray::GetClassIDName() const {
 
 // Families cannot be checked without the scene's family tables and are ignored.
 CStatus CRefArray::Filter(const CString& type, const CStringArray& families, const CString& name, CRefArray& io) const {
+    Expand();
     (void)families;
     CRefArray found;
     for (const CRef& item : m_items) {
@@ -94,6 +128,7 @@ CStatus CRefArray::Filter(const CString& type, const CStringArray& families, con
 }
 
 CStatus CRefArray::Find(const CString& type, CRef& io) const {
+    Expand();
     for (const CRef& item : m_items)
         if (TypeMatches(item, type)) {
             io = item;
@@ -105,6 +140,7 @@ CStatus CRefArray::Find(const CString& type, CRef& io) const {
 
 // The index the item had, or -1 when it is absent; only the first occurrence is removed.
 LONG CRefArray::Remove(const CRef& item) {
+    Expand();
     const auto it = std::find(m_items.begin(), m_items.end(), item);
     if (it == m_items.end()) return -1;
     const LONG index = static_cast<LONG>(it - m_items.begin());
@@ -113,6 +149,7 @@ LONG CRefArray::Remove(const CRef& item) {
 }
 
 CString CRefArray::GetAsText() const {
+    Expand();
     CString text;
     for (size_t i = 0; i < m_items.size(); ++i) {
         if (i) text += L',';
@@ -123,6 +160,7 @@ CString CRefArray::GetAsText() const {
 
 CStatus CRefArray::Resize(LONG n) {
     if (n < 0) return CStatus::InvalidArgument;
+    Expand();
     m_items.resize(static_cast<size_t>(n));
     return CStatus::OK;
 }
