@@ -1,4 +1,4 @@
-// Splits an element loop over the machine's cores. Each chunk is a contiguous range, so a
+// Splits an element loop over the cores the process may use. Each chunk is a contiguous range, so a
 // body that writes only its own elements needs no locking. Small loops run on the caller's
 // thread: starting threads costs more than they would save.
 #pragma once
@@ -10,21 +10,37 @@
 #include <thread>
 #include <vector>
 
+#include <sched.h>
+
 namespace orbelin {
+
+// The CPUs this process may run on (its affinity mask), which may be fewer than the
+// machine has: a job runner or a container often hands out a share of them.
+inline size_t WorkerCount() {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (sched_getaffinity(0, sizeof set, &set) == 0) {
+        int n = CPU_COUNT(&set);
+        if (n > 0) return static_cast<size_t>(n);
+    }
+    return std::max<size_t>(1, std::thread::hardware_concurrency());
+}
 
 // Calls body(begin, end) over [0, n) in chunks, possibly at the same time on several threads,
 // and returns when all are done. An exception thrown by a chunk is rethrown here (the first one).
+// Loops shorter than `minChunk` per thread run on the caller's thread alone.
 template <class Body>
 void ForChunks(size_t n, Body&& body, size_t minChunk = 4096) {
-    size_t threads = std::max<size_t>(1, std::thread::hardware_concurrency());
+    size_t threads = WorkerCount();
     threads = std::min(threads, std::max<size_t>(1, n / std::max<size_t>(1, minChunk)));
     if (threads <= 1) {
         if (n > 0) body(size_t{0}, n);
         return;
     }
-    // More chunks than threads, handed out in order, so an uneven load (all the work near
-    // one object) still spreads.
-    const size_t chunks = threads * 8, step = (n + chunks - 1) / chunks;
+    // Small chunks handed out in order: the work of an element loop often sits in a few
+    // places (the elements near one object), and each place must be shared by the threads.
+    const size_t step = std::max<size_t>(256, std::min<size_t>(1024, n / (threads * 8))),
+                 chunks = (n + step - 1) / step;
     std::atomic<size_t> next{0};
     std::vector<std::exception_ptr> errors(threads);
     auto worker = [&](size_t w) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <mutex>
 
 namespace orbelin::proximity {
 
@@ -19,9 +20,9 @@ struct Reach {
 
 Reach FindReach(const Falloff& f, double nearR, double width) {
     Reach reach;
-    double tEnd = f.hasKeys ? std::max(f.lastKeyTime, 0.0) : 0.0;
-    double v0 = f.eval(tEnd), v1 = f.eval(tEnd + 1.0);
-    int ext = f.hasKeys ? f.extrapolation : 1;
+    double tEnd = f.HasKeys() ? std::max(f.LastKeyTime(), 0.0) : 0.0;
+    double v0 = f.Eval(tEnd), v1 = f.Eval(tEnd + 1.0);
+    int ext = f.HasKeys() ? f.Extrapolation() : 1;
     if (ext == 1) {
         if (v1 >= 1.0) {
             reach.kind = Reach::Bounded;
@@ -52,26 +53,45 @@ double ReachRadius(const Reach& reach, double nearR, double width) {
     return radius * (1.0 + 1e-12) + 1e-12;
 }
 
+// Adds each connexion's share to the weights, post-processing each value as it is produced.
+// Change Range's running bounds are kept per chunk and merged: maximum and minimum do not
+// depend on the order they are taken in.
 struct Accumulator {
     std::vector<double>& weights;
     const Options& o;
     double farR;
     double maxSeen = -10000.0, minSeen = 10000.0;
+    std::mutex merge;
 
-    void Add(size_t i, double D, double effective) {
-        double v = weights[i] + (1.0 - D / farR) * effective;
-        if (o.postProcess == 1) {
-            if (std::min(v, o.upper) <= o.lower) v = o.lower;
-            else if (v >= o.upper) v = o.upper;
-        } else if (o.postProcess == 2) {
-            if (v > maxSeen) maxSeen = v;
-            if (v < minSeen) minSeen = v;
-        }
-        weights[i] = v;
+    template <class ForElements>
+    void AddAll(const std::vector<double>& D, double effective, ForElements&& forElements) {
+        forElements([&](size_t begin, size_t end) {
+            double hi = -10000.0, lo = 10000.0;
+            for (size_t i = begin; i < end; ++i) {
+                double v = weights[i] + (1.0 - D[i] / farR) * effective;
+                if (o.postProcess == 1) {
+                    if (std::min(v, o.upper) <= o.lower) v = o.lower;
+                    else if (v >= o.upper) v = o.upper;
+                } else if (o.postProcess == 2) {
+                    if (v > hi) hi = v;
+                    if (v < lo) lo = v;
+                }
+                weights[i] = v;
+            }
+            if (o.postProcess == 2) {
+                std::lock_guard<std::mutex> lock(merge);
+                maxSeen = std::max(maxSeen, hi);
+                minSeen = std::min(minSeen, lo);
+            }
+        });
     }
-    void Finish() {
-        if (o.postProcess == 2 && maxSeen != minSeen)
-            for (double& v : weights) v = (o.upper - o.lower) / (maxSeen - minSeen) * (v - minSeen) + o.lower;
+    template <class ForElements>
+    void Finish(ForElements&& forElements) {
+        if (o.postProcess != 2 || maxSeen == minSeen) return;
+        forElements([&](size_t begin, size_t end) {
+            for (size_t i = begin; i < end; ++i)
+                weights[i] = (o.upper - o.lower) / (maxSeen - minSeen) * (weights[i] - minSeen) + o.lower;
+        });
     }
 };
 
@@ -80,11 +100,57 @@ double Distance(const Point& a, const Point& b) {
     return std::sqrt(dx * dx + dy * dy + dz * dz);
 }
 
-// What one evaluation shares between its connexions.
+// What one evaluation shares between its connexions. Each worker takes a copy of its own,
+// curve included: nothing a worker reads in its inner loop sits next to what another writes.
 struct Setting {
     double nearR, farR, width;
-    const Falloff& falloff;
-    double R(double d) const { return falloff.eval(std::max(d - nearR, 0.0) * 100.0 / width) * width + nearR; }
+    Falloff falloff;
+    double R(double d) const { return falloff.Eval(std::max(d - nearR, 0.0) * 100.0 / width) * width + nearR; }
+};
+
+// The running mean of the counted candidates' r, over four partial sums: the additions of one
+// element's candidates do not wait on each other.
+struct MeanOfCounted {
+    double sums[4] = {0.0, 0.0, 0.0, 0.0};
+    size_t counted = 0;
+    void Add(double total, size_t n) {
+        sums[0] += total;
+        counted += n;
+    }
+    double Total() const { return (sums[0] + sums[1]) + (sums[2] + sums[3]); }
+};
+
+// Candidates of one element gathered by squared distance, then turned into r a block at a
+// time: straight-line arithmetic over arrays, which the compiler spreads over vector lanes.
+struct CandidateBlock {
+    static constexpr size_t kSize = 256;
+    double d2[kSize], t[kSize], r[kSize];
+    size_t fill = 0;
+
+    // True when the block is full.
+    bool Add(double squared) {
+        d2[fill++] = squared;
+        return fill == kSize;
+    }
+    void Flush(const Setting& s, MeanOfCounted& mean) {
+        const size_t n = fill;
+        const double nearR = s.nearR, width = s.width, farR = s.farR;
+        for (size_t k = 0; k < n; ++k) t[k] = std::max(std::sqrt(d2[k]) - nearR, 0.0) * 100.0 / width;
+        s.falloff.EvalMany(t, r, n);
+        size_t counted = 0;
+        for (size_t k = 0; k < n; ++k) {
+            const double ri = r[k] * width + nearR;
+            const bool counts = ri < farR;
+            r[k] = counts ? ri : 0.0;
+            counted += counts;
+        }
+        size_t k = 0;
+        for (; k + 4 <= n; k += 4)
+            for (size_t j = 0; j < 4; ++j) mean.sums[j] += r[k + j];
+        for (; k < n; ++k) mean.sums[0] += r[k];
+        mean.counted += counted;
+        fill = 0;
+    }
 };
 
 // D of element p against every point of a set, candidate by candidate.
@@ -101,28 +167,29 @@ double MeanOverAll(const Setting& s, const Point& p, const std::vector<Point>& c
     return counted ? total / static_cast<double>(counted) : s.farR;
 }
 
-// `pointSetD(c, setting, D)` fills D (one per element) for a point-set connexion; `parallel`
-// spreads the per-element work over the cores (the falloff is then read from several threads).
+// `pointSetD(c, setting, D, forElements)` fills D (one per element) for a point-set connexion;
+// `parallel` spreads the per-element work over the cores.
 template <class PointSetD>
-Result Run(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
-           const Falloff& falloff, Options o, bool parallel, PointSetD&& pointSetD) {
-    Result result;
+void Run(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
+         const Falloff& falloff, Options o, bool parallel, Result& result, std::vector<double>& D,
+         PointSetD&& pointSetD) {
     double nearR = o.nearRange, farR = o.farRange;
+    result.farAdjusted = false;
     if (nearR + 0.0001 >= farR) {
         farR = nearR + 0.0001;
         result.farAdjusted = true;
     }
     result.farUsed = farR;
-    double sum = 0.0;
-    for (const Connexion& c : connexions) sum += c.enabled ? c.factor : 0.0;
+    const double sum = FactorSum(connexions);
     if (sum == 0.0) {
         result.weights.assign(base.begin(), base.end());
-        return result;
+        result.weights.resize(elements.size(), 0.0);
+        return;
     }
     result.weights.assign(elements.size(), 0.0);
     Accumulator acc{result.weights, o, farR};
     const Setting setting{nearR, farR, farR - nearR, falloff};
-    std::vector<double> D(elements.size());
+    D.resize(elements.size());
     auto forElements = [&](auto&& body) {
         if (parallel) ForChunks(elements.size(), body);
         else body(size_t{0}, elements.size());
@@ -135,31 +202,40 @@ Result Run(std::span<const Point> elements, std::span<const double> base, std::s
             pointSetD(c, setting, D, forElements);
         } else {
             forElements([&](size_t begin, size_t end) {
+                const Setting s = setting;
                 for (size_t i = begin; i < end; ++i) {
-                    D[i] = farR;
+                    D[i] = s.farR;
                     if (i < c.distances.size()) {
-                        double ri = setting.R(c.distances[i]);
-                        if (ri < farR) D[i] = ri;
+                        double ri = s.R(c.distances[i]);
+                        if (ri < s.farR) D[i] = ri;
                     }
                 }
             });
         }
-        for (size_t i = 0; i < elements.size(); ++i) acc.Add(i, D[i], effective);
+        acc.AddAll(D, effective, forElements);
     }
-    acc.Finish();
-    return result;
+    acc.Finish(forElements);
 }
 
 }  // namespace
 
+double FactorSum(std::span<const Connexion> connexions) {
+    double sum = 0.0;
+    for (const Connexion& c : connexions) sum += c.enabled ? c.factor : 0.0;
+    return sum;
+}
+
 Result EvaluateStraight(std::span<const Point> elements, std::span<const double> base,
                         std::span<const Connexion> connexions, const Falloff& falloff, Options options) {
-    return Run(elements, base, connexions, falloff, options, false,
-               [&](const Connexion& c, const Setting& s, std::vector<double>& D, auto&&) {
-                   static const std::vector<Point> none;
-                   const std::vector<Point>& pts = c.points ? c.points->Points() : none;
-                   for (size_t i = 0; i < elements.size(); ++i) D[i] = MeanOverAll(s, elements[i], pts);
-               });
+    Result result;
+    std::vector<double> D;
+    Run(elements, base, connexions, falloff, options, false, result, D,
+        [&](const Connexion& c, const Setting& s, std::vector<double>& out, auto&&) {
+            static const std::vector<Point> none;
+            const std::vector<Point>& pts = c.points ? c.points->Points() : none;
+            for (size_t i = 0; i < elements.size(); ++i) out[i] = MeanOverAll(s, elements[i], pts);
+        });
+    return result;
 }
 
 double SettledDistance(const Falloff& falloff, Options options) {
@@ -171,42 +247,51 @@ double SettledDistance(const Falloff& falloff, Options options) {
 
 Result Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
                 const Falloff& falloff, Options options) {
-    return Run(elements, base, connexions, falloff, options, true,
-               [&](const Connexion& c, const Setting& s, std::vector<double>& D, auto&& forElements) {
-                   const size_t m = c.points ? c.points->Size() : 0;
-                   if (m == 0) {
-                       std::fill(D.begin(), D.end(), s.farR);
-                       return;
-                   }
-                   Reach reach = FindReach(falloff, s.nearR, s.width);
-                   if (reach.kind == Reach::Everywhere) {
-                       // No distance is too far for this curve: every candidate is looked at.
-                       forElements([&](size_t begin, size_t end) {
-                           for (size_t i = begin; i < end; ++i) D[i] = MeanOverAll(s, elements[i], c.points->Points());
-                       });
-                       return;
-                   }
-                   const double radius = ReachRadius(reach, s.nearR, s.width);
-                   forElements([&](size_t begin, size_t end) {
-                       for (size_t i = begin; i < end; ++i) {
-                           double total = 0.0;
-                           size_t counted = 0, inside = 0;
-                           c.points->Within(elements[i], radius, [&](uint32_t, double d2) {
-                               ++inside;
-                               double ri = s.R(std::sqrt(d2));
-                               if (ri < s.farR) {
-                                   total += ri;
-                                   ++counted;
-                               }
-                           });
-                           if (reach.kind == Reach::ConstantTail && inside < m) {
-                               total += static_cast<double>(m - inside) * reach.tailR;
-                               counted += m - inside;
-                           }
-                           D[i] = counted ? total / static_cast<double>(counted) : s.farR;
-                       }
-                   });
-               });
+    Result result;
+    Workspace workspace;
+    Evaluate(elements, base, connexions, falloff, options, result, workspace);
+    return result;
+}
+
+void Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
+              const Falloff& falloff, Options options, Result& result, Workspace& workspace) {
+    Run(elements, base, connexions, falloff, options, true, result, workspace.D,
+        [&](const Connexion& c, const Setting& setting, std::vector<double>& D, auto&& forElements) {
+            const size_t m = c.points ? c.points->Size() : 0;
+            if (m == 0) {
+                std::fill(D.begin(), D.end(), setting.farR);
+                return;
+            }
+            Reach reach = FindReach(setting.falloff, setting.nearR, setting.width);
+            if (reach.kind == Reach::Everywhere) {
+                // No distance is too far for this curve: every candidate is looked at.
+                forElements([&](size_t begin, size_t end) {
+                    const Setting s = setting;
+                    for (size_t i = begin; i < end; ++i) D[i] = MeanOverAll(s, elements[i], c.points->Points());
+                });
+                return;
+            }
+            const double radius = ReachRadius(reach, setting.nearR, setting.width);
+            c.points->Prepare(radius);
+            forElements([&](size_t begin, size_t end) {
+                const Setting s = setting;
+                const PointIndex& index = *c.points;
+                const bool tail = reach.kind == Reach::ConstantTail;
+                const double tailR = reach.tailR;
+                CandidateBlock block;
+                for (size_t i = begin; i < end; ++i) {
+                    MeanOfCounted mean;
+                    size_t inside = 0;
+                    index.Within(elements[i], radius, [&](uint32_t, double d2) {
+                        ++inside;
+                        if (block.Add(d2)) block.Flush(s, mean);
+                    });
+                    block.Flush(s, mean);
+                    if (tail && inside < m) mean.Add(static_cast<double>(m - inside) * tailR, m - inside);
+                    D[i] = mean.counted ? mean.Total() / static_cast<double>(mean.counted) : s.farR;
+                }
+            });
+        });
 }
 
 }  // namespace orbelin::proximity

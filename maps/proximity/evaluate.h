@@ -8,34 +8,27 @@
 // EvaluateStraight does that literally, every element against every candidate. Evaluate gives
 // the same weights (to rounding of the sums) by searching only where a candidate can count:
 // from the falloff curve's end it finds how far a counting candidate can be, and looks that
-// far in a k-d tree of the connexion's points.
+// far in a grid of the connexion's points, the elements split over the cores.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
 
+#include "common/function_curve.h"
 #include "proximity/point_index.h"
 
 namespace orbelin::proximity {
 
-// The falloff curve, read on 0 to 100. Beyond its last key it follows its extrapolation
-// exactly (1 constant, 2 linear, 3 periodic, 4 periodic relative). Evaluate reads it from
-// several threads at once: `eval` must only read.
-struct Falloff {
-    std::function<double(double)> eval;
-    bool hasKeys = true;
-    double lastKeyTime = 100.0;
-    int extrapolation = 1;
-};
+// The falloff curve, read on 0 to 100 (beyond its keys it follows its extrapolation).
+using Falloff = FunctionCurve;
 
 struct Connexion {
     bool enabled = true;
     double factor = 1.0;
     // Either every point of a point set is a candidate (an empty set gives D = far at once) ...
     bool pointSet = false;
-    std::shared_ptr<const PointIndex> points;
+    std::shared_ptr<PointIndex> points;
     // ... or there is one candidate per element, at this distance (curves, surfaces, origins).
     std::vector<double> distances;
 };
@@ -53,11 +46,24 @@ struct Result {
     double farUsed = 0.0;
 };
 
-// `elements`: world position of each weight-map element; `base`: its current weight, one per element.
+// What an evaluation needs besides its result, kept by the caller from one evaluation to
+// the next so that repeated updates allocate nothing.
+struct Workspace {
+    std::vector<double> D;
+};
+
+// S: the sum of the enabled connexions' factors. When it is 0 the base weights are the result.
+double FactorSum(std::span<const Connexion> connexions);
+
+// `elements`: world position of each weight-map element; `base`: its current weight, one per
+// element (read only when FactorSum is 0, and may then be shorter: missing weights are 0).
 Result EvaluateStraight(std::span<const Point> elements, std::span<const double> base,
                         std::span<const Connexion> connexions, const Falloff& falloff, Options options);
 Result Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
                 const Falloff& falloff, Options options);
+// The same into `out`, reusing its storage and the workspace's.
+void Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
+              const Falloff& falloff, Options options, Result& out, Workspace& workspace);
 
 // The distance past which a candidate's r no longer depends on how far it is (it never counts,
 // or the falloff's constant tail gives every such candidate the same r); infinity when the

@@ -1,51 +1,64 @@
 #include "proximity/point_index.h"
 
-#include <algorithm>
-#include <numeric>
+#include <cmath>
 
 namespace orbelin::proximity {
 
 PointIndex::PointIndex(std::span<const Point> points) : m_points(points.begin(), points.end()) {
-    m_order.resize(m_points.size());
-    std::iota(m_order.begin(), m_order.end(), 0u);
-    size_t leaves = 1;
-    while (leaves * kLeaf < m_points.size()) leaves *= 2;
-    m_nodes.resize(2 * leaves - 1);
-    if (!m_points.empty()) Build(0, 0, static_cast<uint32_t>(m_points.size()), 0);
-    m_sorted.resize(m_points.size());
-    for (size_t i = 0; i < m_order.size(); ++i) m_sorted[i] = m_points[m_order[i]];
+    if (m_points.empty()) return;
+    m_lo = m_hi = m_points.front();
+    for (const Point& p : m_points)
+        for (size_t a = 0; a < 3; ++a) {
+            m_lo[a] = std::min(m_lo[a], p[a]);
+            m_hi[a] = std::max(m_hi[a], p[a]);
+        }
 }
 
-void PointIndex::Build(size_t node, uint32_t begin, uint32_t end, int depth) {
-    Node& n = m_nodes[node];
-    n.begin = begin;
-    n.end = end;
-    Point lo = m_points[m_order[begin]], hi = lo;
-    for (uint32_t i = begin; i < end; ++i)
-        for (size_t a = 0; a < 3; ++a) {
-            lo[a] = std::min(lo[a], m_points[m_order[i]][a]);
-            hi[a] = std::max(hi[a], m_points[m_order[i]][a]);
+void PointIndex::Prepare(double radius) {
+    if (m_points.empty()) return;
+    bool finite = std::isfinite(radius) && radius > 0;
+    for (size_t a = 0; a < 3; ++a) finite = finite && std::isfinite(m_lo[a]) && std::isfinite(m_hi[a]);
+    // Half the radius: a query then walks about five rows a side, each a run of points cut
+    // close to the sphere. The cell count is kept to a few per point, so a small radius over a
+    // wide set does not flood the grid.
+    double cell = finite ? radius / 2 : 0.0;
+    if (cell > 0) {
+        const double cap = 4.0 * static_cast<double>(m_points.size()) + 64.0;
+        for (;;) {
+            double cells = 1.0;
+            for (size_t a = 0; a < 3; ++a) cells *= std::floor((m_hi[a] - m_lo[a]) / cell) + 1.0;
+            if (cells <= cap) break;
+            cell *= 1.5;
         }
-    n.lo = lo;
-    n.hi = hi;
-    if (2 * node + 2 >= m_nodes.size() || end - begin <= kLeaf) {
-        n.axis = -1;  // descendants of an early leaf are never visited
-        return;
     }
-    // Split the widest extent at the median.
-    int axis = 0;
-    for (int a = 1; a < 3; ++a)
-        if (hi[static_cast<size_t>(a)] - lo[static_cast<size_t>(a)] > hi[static_cast<size_t>(axis)] - lo[static_cast<size_t>(axis)]) axis = a;
-    uint32_t mid = begin + (end - begin) / 2;
-    auto key = [&](uint32_t i) { return m_points[i][static_cast<size_t>(axis)]; };
-    std::nth_element(m_order.begin() + begin, m_order.begin() + mid, m_order.begin() + end,
-                     [&](uint32_t a, uint32_t b) { return key(a) < key(b); });
-    n.axis = axis;
-    n.split = key(m_order[mid]);
-    // Left holds keys <= split (the median itself included), right holds keys >= split.
-    Build(2 * node + 1, begin, mid + 1, depth + 1);
-    Build(2 * node + 2, mid + 1, end, depth + 1);
-    (void)depth;
+    if (cell == m_cell) return;
+    m_cell = cell;
+    m_inverse = 1.0 / cell;
+    double magnitude = 0.0;
+    for (size_t a = 0; a < 3; ++a) magnitude = std::max({magnitude, std::abs(m_lo[a]), std::abs(m_hi[a])});
+    m_slack = cell * 1e-6 + magnitude * 1e-12;
+    m_start.clear();
+    m_sorted.clear();
+    m_order.clear();
+    if (cell == 0.0) return;
+    for (size_t a = 0; a < 3; ++a) m_dims[a] = static_cast<int64_t>(std::floor((m_hi[a] - m_lo[a]) / cell)) + 1;
+    const size_t cells = static_cast<size_t>(m_dims[0] * m_dims[1] * m_dims[2]);
+    std::vector<uint32_t> cellOf(m_points.size());
+    m_start.assign(cells + 1, 0);
+    for (size_t i = 0; i < m_points.size(); ++i) {
+        const Point& p = m_points[i];
+        cellOf[i] = static_cast<uint32_t>((CellOf(p[2], 2) * m_dims[1] + CellOf(p[1], 1)) * m_dims[0] + CellOf(p[0], 0));
+        ++m_start[cellOf[i] + 1];
+    }
+    for (size_t c = 0; c < cells; ++c) m_start[c + 1] += m_start[c];
+    m_sorted.resize(m_points.size());
+    m_order.resize(m_points.size());
+    std::vector<uint32_t> fill(m_start.begin(), m_start.end() - 1);
+    for (size_t i = 0; i < m_points.size(); ++i) {
+        uint32_t at = fill[cellOf[i]]++;
+        m_sorted[at] = m_points[i];
+        m_order[at] = static_cast<uint32_t>(i);
+    }
 }
 
 }  // namespace orbelin::proximity

@@ -1,9 +1,14 @@
-// A k-d tree over a point set, built once while the points do not change, answering "every
-// point within a radius" without looking at the points that cannot be there.
+// A uniform grid of cells over a point set, answering "every point within a radius" without
+// looking at the points that cannot be there.
+//
+// The cells are sized for the radius the queries will use (Prepare), and numbered x fastest,
+// so the cells of one row that a query's sphere crosses hold their points contiguously: a
+// query walks one short run of points per row, testing each exactly.
 #pragma once
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -19,57 +24,77 @@ public:
     size_t Size() const { return m_points.size(); }
     const std::vector<Point>& Points() const { return m_points; }  // in their original order
 
+    // Sizes the cells for queries of this radius. Not to be called while queries run.
+    void Prepare(double radius);
+
     // Calls visit(index, squaredDistance) for every point at a distance <= radius from p.
+    // Any radius gives the exact set; the one prepared for is the fast one.
     template <class Visit>
     void Within(const Point& p, double radius, Visit&& visit) const;
 
 private:
-    struct Node {
-        uint32_t begin, end;   // range in m_order
-        int32_t axis;          // -1: a leaf
-        double split;
-        Point lo, hi;          // bounds of the node's points
-    };
     std::vector<Point> m_points;
-    std::vector<uint32_t> m_order;  // point indices, grouped by node
-    std::vector<Point> m_sorted;    // m_points in m_order, for locality
-    std::vector<Node> m_nodes;      // implicit tree: children of n at 2n+1, 2n+2
-    static constexpr uint32_t kLeaf = 16;
+    Point m_lo{}, m_hi{};            // bounds of the points
+    double m_cell = 0.0;             // 0: no grid yet
+    double m_inverse = 0.0;          // 1 / m_cell
+    double m_slack = 0.0;            // what rounding can move a cell's bound by, and more
+    int64_t m_dims[3] = {0, 0, 0};
+    std::vector<uint32_t> m_start;   // first sorted point of each cell, then the total
+    std::vector<Point> m_sorted;     // points by cell
+    std::vector<uint32_t> m_order;   // original index of each sorted point
 
-    void Build(size_t node, uint32_t begin, uint32_t end, int depth);
+    int64_t CellOf(double x, size_t axis) const {
+        // Monotonic in x, and the points were put in their cells by the same function.
+        double c = std::floor((x - m_lo[axis]) * m_inverse);
+        return static_cast<int64_t>(std::clamp(c, 0.0, static_cast<double>(m_dims[axis] - 1)));
+    }
 };
 
 template <class Visit>
 void PointIndex::Within(const Point& p, double radius, Visit&& visit) const {
     if (m_points.empty() || !(radius >= 0)) return;
+    // A coordinate that is not a number is at no distance from anything.
+    if (std::isnan(p[0]) || std::isnan(p[1]) || std::isnan(p[2])) return;
     const double r2 = radius * radius;
-    size_t stack[64];
-    size_t top = 0;
-    stack[top++] = 0;
-    while (top > 0) {
-        size_t n = stack[--top];
-        const Node& node = m_nodes[n];
-        // Most queries end here: the sphere misses the node's box.
-        double gap2 = 0.0;
-        for (size_t a = 0; a < 3; ++a) {
-            double g = std::max(node.lo[a] - p[a], p[a] - node.hi[a]);
-            if (g > 0) gap2 += g * g;
+    if (m_cell == 0.0) {  // no grid: every point
+        for (uint32_t i = 0; i < m_points.size(); ++i) {
+            const Point& q = m_points[i];
+            double dx = p[0] - q[0], dy = p[1] - q[1], dz = p[2] - q[2];
+            double d2 = dx * dx + dy * dy + dz * dz;
+            if (d2 <= r2) visit(i, d2);
         }
-        if (gap2 > r2) continue;
-        if (node.axis < 0) {
-            for (uint32_t i = node.begin; i < node.end; ++i) {
+        return;
+    }
+    // Rows are skipped and cut from their cells' bounds; the slack keeps rounding in the
+    // bounds from dropping a point that the exact test would keep.
+    const double slack = m_slack;
+    auto gap = [&](double x, size_t axis) {
+        return std::max({m_lo[axis] - x, x - m_hi[axis], 0.0});
+    };
+    double g0 = gap(p[0], 0), g1 = gap(p[1], 1), g2 = gap(p[2], 2);
+    if (g0 * g0 + g1 * g1 + g2 * g2 > r2 + slack * radius * 4 + slack * slack) return;
+    const int64_t y0 = CellOf(p[1] - radius - slack, 1), y1 = CellOf(p[1] + radius + slack, 1);
+    const int64_t z0 = CellOf(p[2] - radius - slack, 2), z1 = CellOf(p[2] + radius + slack, 2);
+    for (int64_t z = z0; z <= z1; ++z) {
+        double zLo = m_lo[2] + static_cast<double>(z) * m_cell, gz = std::max({zLo - p[2], p[2] - (zLo + m_cell), 0.0});
+        gz = std::max(0.0, gz - slack);
+        if (gz * gz > r2) continue;
+        for (int64_t y = y0; y <= y1; ++y) {
+            double yLo = m_lo[1] + static_cast<double>(y) * m_cell, gy = std::max({yLo - p[1], p[1] - (yLo + m_cell), 0.0});
+            gy = std::max(0.0, gy - slack);
+            double rest = r2 - gz * gz - gy * gy;
+            if (rest < 0) continue;
+            double half = std::sqrt(rest) + slack;
+            const int64_t x0 = CellOf(p[0] - half, 0), x1 = CellOf(p[0] + half, 0);
+            const int64_t row = (z * m_dims[1] + y) * m_dims[0];
+            const uint32_t begin = m_start[static_cast<size_t>(row + x0)], end = m_start[static_cast<size_t>(row + x1 + 1)];
+            for (uint32_t i = begin; i < end; ++i) {
                 const Point& q = m_sorted[i];
                 double dx = p[0] - q[0], dy = p[1] - q[1], dz = p[2] - q[2];
                 double d2 = dx * dx + dy * dy + dz * dz;
                 if (d2 <= r2) visit(m_order[i], d2);
             }
-            continue;
         }
-        double delta = p[static_cast<size_t>(node.axis)] - node.split;
-        // The near side always; the far side only when the sphere reaches across the plane.
-        size_t nearChild = delta <= 0 ? 2 * n + 1 : 2 * n + 2, farChild = delta <= 0 ? 2 * n + 2 : 2 * n + 1;
-        if (delta * delta <= r2) stack[top++] = farChild;
-        stack[top++] = nearChild;
     }
 }
 

@@ -12,12 +12,10 @@ using namespace orbelin::proximity;
 namespace {
 
 Falloff FromCurve(const std::shared_ptr<standin::FCurve>& curve) {
-    Falloff f;
-    f.eval = [curve](double t) { return curve->Eval(t); };
-    f.hasKeys = curve->NumKeys() > 0;
-    f.lastKeyTime = f.hasKeys ? curve->key(curve->NumKeys() - 1).time : 0.0;
-    f.extrapolation = curve->GetExtrapolation();
-    return f;
+    std::vector<orbelin::CurveKey> keys;
+    for (const standin::FCurveKey& k : curve->keys())
+        keys.push_back({k.time, k.value, k.interpolation, k.leftX, k.leftY, k.rightX, k.rightY});
+    return Falloff(keys, curve->GetInterpolation(), curve->GetExtrapolation());
 }
 
 std::shared_ptr<standin::FCurve> Linear() {
@@ -167,25 +165,43 @@ TEST(ProximityKernel, SettledDistanceFromTheCurvesEnd) {
     EXPECT_NEAR(SettledDistance(FromCurve(Linear()), o), 1.0001, 1e-9);
 }
 
+// The grid, sized for one radius or another, on sets that are spread, flat, all at one place,
+// or far from the origin, must find exactly the points within any radius asked for.
 TEST(ProximityKernel, PointIndexFindsExactlyThePointsWithinTheRadius) {
     std::mt19937 rng(5);
     std::uniform_real_distribution<double> coord(-1, 1);
-    std::vector<Point> pts(2000);
-    for (Point& p : pts) p = {coord(rng), coord(rng), coord(rng)};
-    pts.push_back(pts[7]);  // duplicates are kept
-    PointIndex index(pts);
-    for (int k = 0; k < 50; ++k) {
-        Point q{coord(rng), coord(rng), coord(rng)};
-        double radius = std::abs(coord(rng));
-        std::vector<uint32_t> found;
-        index.Within(q, radius, [&](uint32_t i, double) { found.push_back(i); });
-        std::sort(found.begin(), found.end());
-        std::vector<uint32_t> expected;
-        for (uint32_t i = 0; i < pts.size(); ++i) {
-            double dx = q[0] - pts[i][0], dy = q[1] - pts[i][1], dz = q[2] - pts[i][2];
-            if (dx * dx + dy * dy + dz * dz <= radius * radius) expected.push_back(i);
+    for (int shape = 0; shape < 4; ++shape) {
+        std::vector<Point> pts(2000);
+        const double offset = shape == 3 ? 1e7 : 0.0;
+        for (Point& p : pts) {
+            p = {coord(rng) + offset, coord(rng), coord(rng) - offset};
+            if (shape == 1) p[1] = 0.25;         // flat
+            if (shape == 2) p = {0.5, 0.5, 0.5};  // one place
         }
-        EXPECT_EQ(found, expected);
+        pts.push_back(pts[7]);  // duplicates are kept
+        PointIndex index(pts);
+        for (double prepared : {0.0, 0.05, 0.4, 3.0}) {
+            if (prepared > 0) index.Prepare(prepared);
+            for (int k = 0; k < 40; ++k) {
+                Point q{coord(rng) + offset, coord(rng), coord(rng) - offset};
+                if (k % 5 == 0) q = pts[static_cast<size_t>(k)];  // on a point
+                double radius = k % 7 == 0 ? prepared : std::abs(coord(rng));
+                std::vector<uint32_t> found;
+                index.Within(q, radius, [&](uint32_t i, double) { found.push_back(i); });
+                std::sort(found.begin(), found.end());
+                std::vector<uint32_t> expected;
+                for (uint32_t i = 0; i < pts.size(); ++i) {
+                    double dx = q[0] - pts[i][0], dy = q[1] - pts[i][1], dz = q[2] - pts[i][2];
+                    if (dx * dx + dy * dy + dz * dz <= radius * radius) expected.push_back(i);
+                }
+                ASSERT_EQ(found, expected) << "shape " << shape << " prepared " << prepared << " query " << k;
+            }
+        }
+        // A query that is not a number finds nothing; neither does a radius that is not one.
+        std::vector<uint32_t> found;
+        index.Within({std::nan(""), 0, 0}, 1.0, [&](uint32_t i, double) { found.push_back(i); });
+        index.Within(pts[0], std::nan(""), [&](uint32_t i, double) { found.push_back(i); });
+        EXPECT_TRUE(found.empty());
     }
 }
 

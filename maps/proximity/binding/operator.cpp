@@ -8,6 +8,7 @@
 #include "proximity/evaluate.h"
 #include "maps/proximity/binding/proximity_tool.h"
 #include "shell/frame_cache.h"
+#include "shell/host/arrays.h"
 #include "shell/guard.h"
 #include "xsi_application.h"
 #include "xsi_cluster.h"
@@ -29,31 +30,26 @@ namespace orbelin::proximity {
 
 namespace {
 
-// What the operator keeps between updates: the shared frame record, and each connexion's
-// point index with the points it was built from, reused while they do not move.
+// What the operator keeps between updates: the shared frame record, and the buffers of the
+// evaluation, so that an update after the first allocates nothing the size of the map. Each
+// connexion keeps its point grid while its points stay put.
 struct OperatorState {
     FrameWeightCache record;
-    std::vector<std::shared_ptr<const PointIndex>> indices;
+    std::vector<Point> elements;
+    std::vector<Connexion> connexions;
+    std::vector<Point> points;  // a connexion's points, in world space
+    Result result;
+    Workspace workspace;
+    CDoubleArray out;
 };
 
 OperatorState* State(UpdateContext& ctxt) {
     return static_cast<OperatorState*>(static_cast<CValue::siPtrType>(ctxt.GetUserData()));
 }
 
-Point ToPoint(const MATH::CVector3& v) { return {v.GetX(), v.GetY(), v.GetZ()}; }
-
-double Distance(const MATH::CVector3& a, const MATH::CVector3& b) {
-    MATH::CVector3 d;
-    d.Sub(a, b);
-    return d.GetLength();
-}
-
-std::vector<Point> WorldPoints(const Geometry& geometry, const MATH::CTransformation& t) {
-    MATH::CVector3Array pts = geometry.GetPoints().GetPositionArray();
-    std::vector<Point> world;
-    world.reserve(static_cast<size_t>(pts.GetCount()));
-    for (LONG i = 0; i < pts.GetCount(); ++i) world.push_back(ToPoint(MATH::MapObjectPositionToWorldSpace(t, pts[i])));
-    return world;
+double Distance(const Point& a, const MATH::CVector3& b) {
+    double dx = a[0] - b.GetX(), dy = a[1] - b.GetY(), dz = a[2] - b.GetZ();
+    return std::sqrt(dx * dx + dy * dy + dz * dz);
 }
 
 // The box around a set of points; empty for no points.
@@ -80,66 +76,60 @@ struct Box {
     }
 };
 
-// What connexion k offers: its points, or one distance per element (curves, surfaces and
-// any other object's origin). `settled`: past this distance the exact one does not matter.
-Connexion ReadConnexion(Operator& op, LONG k, const std::vector<MATH::CVector3>& elements, double settled,
-                        std::shared_ptr<const PointIndex>& cached) {
-    Connexion c;
+// Reads what connexion k offers into `c`: its points, or one distance per element (curves,
+// surfaces and any other object's origin). `settled`: past this distance the exact one does
+// not matter.
+void ReadConnexion(Operator& op, LONG k, OperatorState& state, double settled, Connexion& c) {
     Geometry geometry = Primitive(op.GetPortAt(0, 3, k).GetTarget()).GetGeometry();
     MATH::CTransformation t = KinematicState(op.GetPortAt(1, 3, k).GetTarget()).GetTransform();
     siClassID cls = geometry.GetRef().GetClassID();
-    if (cls == siPolygonMeshID) {
-        c.pointSet = true;
-        std::vector<Point> world = WorldPoints(geometry, t);
-        if (!cached || cached->Points() != world) cached = std::make_shared<PointIndex>(world);
-        c.points = cached;
-        return c;
+    c.pointSet = cls == siPolygonMeshID;
+    c.distances.clear();
+    if (c.pointSet) {
+        ReadWorldPositions(geometry, t, state.points);
+        if (!c.points || c.points->Points() != state.points) c.points = std::make_shared<PointIndex>(state.points);
+        return;
     }
-    c.distances.reserve(elements.size());
+    c.points.reset();
+    const std::vector<Point>& elements = state.elements;
+    c.distances.resize(elements.size());
     if (cls == siNurbsCurveListID || cls == siNurbsSurfaceMeshID) {
         NurbsCurveList curves(geometry.GetRef());
         NurbsSurfaceMesh surfaces(geometry.GetRef());
         // Curves and surfaces lie within the hull of their control points: an element whose
         // distance to the points' box is past the settled distance needs no closest point.
-        const Box hull(WorldPoints(geometry, t));
-        for (const MATH::CVector3& p : elements) {
+        ReadWorldPositions(geometry, t, state.points);
+        const Box hull(state.points);
+        for (size_t i = 0; i < elements.size(); ++i) {
+            const Point& p = elements[i];
             if (!hull.empty) {
-                double gap = hull.Gap(ToPoint(p));
+                double gap = hull.Gap(p);
                 if (gap > settled) {
-                    c.distances.push_back(gap);
+                    c.distances[i] = gap;
                     continue;
                 }
             }
-            MATH::CVector3 local = MATH::MapWorldPositionToObjectSpace(t, p), closest;
+            MATH::CVector3 local = MATH::MapWorldPositionToObjectSpace(t, MATH::CVector3(p[0], p[1], p[2])), closest;
             LONG index = 0;
             double d2 = 0, u = 0, v = 0;
             if (cls == siNurbsCurveListID) curves.GetClosestCurvePosition(local, index, d2, u, closest);
             else surfaces.GetClosestSurfacePosition(local, index, d2, u, v, closest);
-            c.distances.push_back(Distance(MATH::MapObjectPositionToWorldSpace(t, closest), p));
+            c.distances[i] = Distance(p, MATH::MapObjectPositionToWorldSpace(t, closest));
         }
-        return c;
+        return;
     }
     MATH::CVector3 origin = t.GetTranslation();
-    for (const MATH::CVector3& p : elements) c.distances.push_back(Distance(origin, p));
-    return c;
+    for (size_t i = 0; i < elements.size(); ++i) c.distances[i] = Distance(elements[i], origin);
 }
 
-CDoubleArray EvaluateNow(UpdateContext& ctxt, OperatorState& state, CustomProperty& property,
-                         const CParameterRefArray& params, const CDoubleArray& base) {
+void EvaluateNow(UpdateContext& ctxt, OperatorState& state, CustomProperty& property, const CParameterRefArray& params,
+                 const ClusterProperty& map) {
     Operator op = ctxt.GetOperator();
     property.PutParameterValue(L"OperatorFullPath", CValue(op.GetFullName()));
     CLongArray elementPoints = Cluster(op.GetPortAt(1, 0, 0).GetTarget()).GetElements().GetArray();
     Geometry geometry = Primitive(op.GetPortAt(0, 1, 0).GetTarget()).GetGeometry();
     MATH::CTransformation t = KinematicState(op.GetPortAt(1, 1, 0).GetTarget()).GetTransform();
-    MATH::CVector3Array pts = geometry.GetPoints().GetPositionArray();
-    std::vector<MATH::CVector3> world;
-    std::vector<Point> elements;
-    world.reserve(static_cast<size_t>(elementPoints.GetCount()));
-    for (LONG i = 0; i < elementPoints.GetCount(); ++i) {
-        LONG pt = elementPoints[i];
-        world.push_back(pt >= 0 && pt < pts.GetCount() ? MATH::MapObjectPositionToWorldSpace(t, pts[pt]) : MATH::CVector3());
-        elements.push_back(ToPoint(world.back()));
-    }
+    ReadWorldPositions(geometry, t, elementPoints, state.elements);
     Options o;
     o.nearRange = ParameterValue(params, kNear);
     o.farRange = ParameterValue(params, kFar);
@@ -149,33 +139,25 @@ CDoubleArray EvaluateNow(UpdateContext& ctxt, OperatorState& state, CustomProper
     o.upper = ParameterValue(params, kMax);
     if (o.nearRange + 0.0001 >= o.farRange)
         Application().LogMessage(L"Far Range internally set to " + CValue(o.nearRange + 0.0001).GetAsText() + L"!", siWarningMsg);
-    FCurve curve(property.GetParameter(L"Falloff").GetValue());
-    Falloff falloff;
-    falloff.eval = [&](double x) { return static_cast<double>(curve.Eval(x)); };
-    LONG keys = curve.GetNumKeys();
-    falloff.hasKeys = keys > 0;
-    falloff.lastKeyTime = keys > 0 ? curve.GetKeyTime(keys - 1).GetTime() : 0.0;
-    falloff.extrapolation = curve.GetExtrapolation();
+    // Read once, as plain data: the workers evaluate it without calling the host.
+    const Falloff falloff = ReadCurve(FCurve(property.GetParameter(L"Falloff").GetValue()));
     const double settled = SettledDistance(falloff, o);
-    std::vector<Connexion> connexions;
-    const LONG count = op.GetNumInstancesInGroup(3);
-    state.indices.resize(static_cast<size_t>(std::max<LONG>(count, 0)));
+    const LONG count = std::max<LONG>(op.GetNumInstancesInGroup(3), 0);
+    state.connexions.resize(static_cast<size_t>(count));
     for (LONG k = 0; k < count; ++k) {
         CValue enabled = ParameterValue(params, EnabledIndex(k)), factor = ParameterValue(params, FactorIndex(k));
-        Connexion c;
-        bool on = enabled.IsEmpty() || static_cast<bool>(enabled);
-        double f = factor.IsEmpty() ? 1.0 : static_cast<double>(factor);
-        if (on && f != 0.0) c = ReadConnexion(op, k, world, settled, state.indices[static_cast<size_t>(k)]);
-        c.enabled = on;
-        c.factor = f;
-        connexions.push_back(std::move(c));
+        Connexion& c = state.connexions[static_cast<size_t>(k)];
+        c.enabled = enabled.IsEmpty() || static_cast<bool>(enabled);
+        c.factor = factor.IsEmpty() ? 1.0 : static_cast<double>(factor);
+        if (c.enabled && c.factor != 0.0) ReadConnexion(op, k, state, settled, c);
     }
-    std::vector<double> baseWeights(base.GetArray(), base.GetArray() + base.GetCount());
-    baseWeights.resize(elements.size(), 0.0);
-    Result r = Evaluate(elements, baseWeights, connexions, falloff, o);
-    CDoubleArray out(static_cast<LONG>(r.weights.size()));
-    std::copy(r.weights.begin(), r.weights.end(), out.GetData());
-    return out;
+    // The map's own weights matter only when no connexion contributes.
+    CDoubleArray base;
+    if (FactorSum(state.connexions) == 0.0) base = map.GetElements().GetArray();
+    std::span<const double> baseWeights(base.GetArray(), static_cast<size_t>(base.GetCount()));
+    Evaluate(state.elements, baseWeights, state.connexions, falloff, o, state.result, state.workspace);
+    state.out.Resize(static_cast<LONG>(state.result.weights.size()));
+    std::copy(state.result.weights.begin(), state.result.weights.end(), state.out.GetData());
 }
 
 }  // namespace
@@ -218,9 +200,9 @@ XSIPLUGINCALLBACK CStatus zrProximityMapOp_Update(UpdateContext& ctxt, OutputPor
             case UpdateStep::WriteHeld: out.GetElements().PutArray(record->heldWeights); break;
             case UpdateStep::WriteCached: out.GetElements().PutArray(record->Get(record->currentFrame)); break;
             case UpdateStep::Evaluate: {
-                CDoubleArray weights = EvaluateNow(ctxt, *state, property, params, map.GetElements().GetArray());
-                FinishUpdate(*record, p, weights);
-                out.GetElements().PutArray(weights);
+                EvaluateNow(ctxt, *state, property, params, map);
+                FinishUpdate(*record, p, state->out);
+                out.GetElements().PutArray(state->out);
                 break;
             }
         }
