@@ -1,6 +1,9 @@
 #include "shell/installation.h"
 
+#include <cmath>
 #include <cwchar>
+#include <limits>
+#include <string>
 
 #include "shell/log.h"
 #include "shell/pick.h"
@@ -132,7 +135,52 @@ CValueArray Arguments(CRef& context) {
 
 }  // namespace
 
-CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTool& tool) {
+bool ConnexionIndex(const CValue& value, LONG& index) {
+    constexpr LLONG lo = std::numeric_limits<LONG>::min(), hi = std::numeric_limits<LONG>::max();
+    LLONG v = 0;
+    switch (value.m_t) {
+        case CValue::siInt1:
+        case CValue::siInt2:
+        case CValue::siInt4:
+        case CValue::siInt8:
+        case CValue::siUInt1:
+        case CValue::siUInt2:
+        case CValue::siUInt4: v = static_cast<LLONG>(value); break;
+        case CValue::siUInt8: {
+            ULLONG u = value;
+            if (u > static_cast<ULLONG>(hi)) return false;
+            v = static_cast<LLONG>(u);
+            break;
+        }
+        case CValue::siFloat:
+        case CValue::siDouble: {
+            double d = value;
+            // Also refuses NaN; the range test comes first so that the cast below is defined.
+            if (!(d >= static_cast<double>(lo) && d <= static_cast<double>(hi)) || d != std::trunc(d)) return false;
+            v = static_cast<LLONG>(d);
+            break;
+        }
+        case CValue::siString:
+        case CValue::siWStr: {
+            std::wstring text = value.GetAsText().GetWideString();
+            size_t i = !text.empty() && text[0] == L'-' ? 1 : 0;
+            if (i == text.size() || text.size() - i > 10) return false;
+            for (; i < text.size(); ++i) {
+                if (text[i] < L'0' || text[i] > L'9') return false;
+                v = v * 10 + (text[i] - L'0');
+            }
+            if (text[0] == L'-') v = -v;
+            break;
+        }
+        default: return false;
+    }
+    if (v < lo || v > hi) return false;
+    index = static_cast<LONG>(v);
+    return true;
+}
+
+CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTool& tool, bool* operatorFound) {
+    if (operatorFound) *operatorFound = false;
     CString path = property.GetParameterValue(L"OperatorFullPath").GetAsText();
     if (path.IsEmpty()) {
         LogError(L"Operator not found: " + path);
@@ -144,7 +192,17 @@ CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTo
         LogError(L"Operator zrProximityMapOp not found!!");
         return CStatus::OK;
     }
+    if (operatorFound) *operatorFound = true;
     LONG count = XSI::Operator(op).GetNumInstancesInGroup(tool.connexionGroup);
+    // Checked before anything moves: the block shift below trusts the index to name a connexion.
+    if (index < -1 || index >= count) {
+        CString given(CValue(index).GetAsText());
+        if (count == 0) LogError(L"Invalid connexion index: " + given + L"! There is no connexion to remove.");
+        else
+            LogError(L"Invalid connexion index: " + given + L"! The connexions are numbered from 0 to " +
+                     CValue(count - 1).GetAsText() + L"; -1 removes them all.");
+        return CStatus::InvalidArgument;
+    }
     if (index != -1) {
         LogInfo(L"Removing connexion " + CString(CValue(index)));
         if (DisconnectGroup(op, tool.connexionGroup, index).Succeeded())
@@ -233,9 +291,16 @@ CStatus RemoveConnexionCommand(CRef& context, const LiveTool& tool, PageBuilder 
         LogError(L"Please use the zr" + word + L" CustomProperty as the first argument of the command!");
         return CStatus::InvalidArgument;
     }
-    LONG index = args.GetCount() > 1 && !args[1].IsEmpty() ? static_cast<LONG>(args[1]) : -1;
-    CStatus st = RemoveConnexions(property, index, tool);
-    if (st.Succeeded()) {
+    LONG index = -1;
+    if (args.GetCount() > 1 && !args[1].IsEmpty() && !ConnexionIndex(args[1], index)) {
+        LogError(L"Invalid connexion index: " + args[1].GetAsText() +
+                 L"! Give the number of a connexion, or -1 to remove them all.");
+        return CStatus::InvalidArgument;
+    }
+    bool operatorFound = false;
+    CStatus st = RemoveConnexions(property, index, tool, &operatorFound);
+    // Without an operator there is nothing to show: the page would only report it again.
+    if (st.Succeeded() && operatorFound) {
         rebuildPage(property);
         XSI::Context(context).PutAttribute(L"Refresh", CValue(true));
         LogDone();

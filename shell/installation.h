@@ -8,6 +8,7 @@
 #include "xsi_ref.h"
 #include "xsi_status.h"
 #include "xsi_string.h"
+#include "xsi_value.h"
 
 namespace orbelin {
 
@@ -55,8 +56,14 @@ XSI::CStatus PickAndAddConnexion(const LiveTool& tool, const XSI::CString& opera
 // weight map itself; invalid for anything else.
 XSI::CRef ConnexionTarget(const XSI::CRef& object);
 // Removes connexion `index` (shifting the later parameter blocks down) or, with -1, all of
-// them; the property's parameters stay in step.
-XSI::CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTool& tool);
+// them; the property's parameters stay in step. Any other index changes nothing and gives
+// E_INVALIDARG. `operatorFound` tells whether there was an operator to work on.
+XSI::CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTool& tool,
+                              bool* operatorFound = nullptr);
+// A connexion index as a caller may give it: an integer, a double with an integral value, or
+// a text of decimal digits (with a leading "-"), all within LONG's range. False for anything
+// else (fractions, NaN, infinities, other texts, objects), which must not be read as some index.
+bool ConnexionIndex(const XSI::CValue& value, LONG& index);
 
 // The commands' shared bodies. `rebuildPage` rebuilds the property's page after a change.
 using PageBuilder = void (*)(XSI::CustomProperty&);

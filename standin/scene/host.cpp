@@ -194,6 +194,7 @@ void Host::Delete(const CRef& ref) {
     }
     Ptr<Object> keep(o);  // the node may have just lost its last owner
     o->MarkDeleted();
+    DropDeletedConnexions(*m_impl->root);
     std::erase_if(m_impl->selected, [](const CRef& r) { return !r.IsValid(); });
 }
 

@@ -1,5 +1,6 @@
 #include "scene/operators.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 
@@ -399,6 +400,26 @@ std::vector<double>& WritableValues(ClusterPropertyNode& wm) {
         if (it->wm == &wm) return it->op->output;
     XSI::Host::Touch(&wm);
     return wm.values;
+}
+
+void DropDeletedConnexions(Object& root) {
+    std::vector<Object*> stack{&root};
+    while (!stack.empty()) {
+        Object* o = stack.back();
+        stack.pop_back();
+        if (!o->alive) continue;
+        o->Children(stack);
+        auto* op = dynamic_cast<OperatorNode*>(o);
+        if (!op) continue;
+        bool dropped = false;
+        for (size_t g = 0; g < op->instances.size() && g < op->preset.groups.size(); ++g) {
+            if (!op->preset.groups[g].repeat) continue;
+            dropped |= std::erase_if(op->instances[g], [](const std::vector<CRef>& targets) {
+                           return std::any_of(targets.begin(), targets.end(), [](const CRef& t) { return !t.IsValid(); });
+                       }) > 0;
+        }
+        if (dropped) XSI::Host::Touch(op);
+    }
 }
 
 void RegisterOperatorCommands(Host& host) { host.impl().builtins[L"ApplyOp"] = CmdApplyOp; }

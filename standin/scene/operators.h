@@ -81,6 +81,11 @@ const std::vector<double>& EvaluatedValues(ClusterPropertyNode& wm);
 // stored values (which then count as changed).
 std::vector<double>& WritableValues(ClusterPropertyNode& wm);
 
+// What the host does to operators when objects are deleted: an instance of a repeatable port
+// group whose targets died with them (the object, its parent, the cluster under a weight map)
+// leaves the group, the later instances move down and the operator updates at the next read.
+void DropDeletedConnexions(Object& root);
+
 void RegisterOperatorCommands(Host& host);
 
 }  // namespace standin

@@ -202,4 +202,33 @@ TEST_F(OperatorTest, DeletingTheOperatorOrClosingTheSceneTerminatesIt) {
     EXPECT_FALSE(again.IsValid());
 }
 
+// Deleting what a repeated instance reads (a weight map's cluster, an object's model) drops
+// that instance: the later ones move down and the operator updates at the next read.
+TEST_F(OperatorTest, DeletingWhatAnInstanceReadsDropsTheInstance) {
+    CDoubleArray ten(4);
+    for (LONG i = 0; i < 4; ++i) ten[i] = 10.0;
+    ClusterProperty(other).GetElements().PutArray(ten);
+    CRef third = NewMap(L"third", 5.0);
+    Connect(2, L"grid.polymsh.cls.WeightMapCls1.other");
+    Connect(2, L"grid.polymsh.cls.WeightMapCls2.third");
+    CRef rig = host.CreateModel(L"rig");
+    CRef ball = host.CreatePrim(L"Sphere", L"ball", {}, host.CreateNull(L"arm", rig));
+    host.CreatePrim(L"Sphere", L"kept");
+    Connect(3, ball.GetAsText().GetWideString());
+    Connect(3, L"kept");
+    EXPECT_DOUBLE_EQ(Read(), 1.5 + 10.0 + 5.0);
+    size_t updates = Updates();
+    host.Delete(host.Find(L"grid.polymsh.cls.WeightMapCls1"));
+    Operator o(op);
+    EXPECT_EQ(o.GetNumInstancesInGroup(2), 1);
+    EXPECT_EQ(o.GetPortAt(0, 2, 0).GetTarget(), third);
+    EXPECT_DOUBLE_EQ(Read(), 6.5);
+    EXPECT_EQ(Updates(), updates + 1);
+    host.Delete(rig);
+    EXPECT_EQ(o.GetNumInstancesInGroup(3), 1);
+    EXPECT_EQ(o.GetPortAt(0, 3, 0).GetTarget(), X3DObject(host.Find(L"kept")).GetActivePrimitive().GetRef());
+    Read();
+    EXPECT_EQ(Updates(), updates + 2);
+}
+
 }  // namespace

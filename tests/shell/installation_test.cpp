@@ -3,6 +3,9 @@
 // a tool's Define lays them out: fixed ones, OperatorFullPath at 11, then Enabled_k/Factor_k.
 #include "support.h"
 
+#include <cmath>
+#include <limits>
+
 #include "shell/installation.h"
 #include "shell/targets.h"
 #include "xsi_application.h"
@@ -141,6 +144,62 @@ TEST_F(InstallationTest, OneRemovalFindsBlocksFromFourteenForEveryTool) {
     ASSERT_EQ(orbelin::RemoveConnexions(prop, 0, mix), CStatus::OK);
     EXPECT_DOUBLE_EQ(Factor(0), 7.0);
     EXPECT_DOUBLE_EQ(static_cast<double>(prop.GetParameterValue(L"P6")), 9.0);
+}
+
+TEST(ConnexionIndexTest, OnlyWholeNumbersWithinRangeNameAConnexion) {
+    const std::pair<CValue, LONG> accepted[] = {
+        {CValue(LONG(0)), 0}, {CValue(LONG(-1)), -1}, {CValue(LLONG(7)), 7}, {CValue(ULLONG(3)), 3}, {CValue(2.0), 2},
+        {CValue(3.0f), 3}, {CValue(-2147483648.0), INT32_MIN}, {CValue(2147483647.0), INT32_MAX}, {CValue(L"12"), 12},
+        {CValue(L"-1"), -1}, {CValue(L"2147483647"), INT32_MAX}};
+    for (const auto& [value, expected] : accepted) {
+        LONG index = 99;
+        EXPECT_TRUE(orbelin::ConnexionIndex(value, index)) << value.GetAsText().GetAsciiString();
+        EXPECT_EQ(index, expected);
+    }
+    const double inf = std::numeric_limits<double>::infinity();
+    const CValue refused[] = {CValue(),         CValue(2147483648.0),     CValue(-2147483649.0), CValue(std::nan("")),
+                              CValue(inf),      CValue(-inf),             CValue(1.5),           CValue(LLONG(1) << 40),
+                              CValue(~ULLONG(0)), CValue(L""),            CValue(L"-"),          CValue(L"1.5"),
+                              CValue(L" 1"),    CValue(L"12a"),           CValue(L"2147483648"), CValue(L"99999999999"),
+                              CValue(true),     CValue(CRef())};
+    for (const CValue& value : refused) {
+        LONG index = 99;
+        EXPECT_FALSE(orbelin::ConnexionIndex(value, index)) << value.GetAsText().GetAsciiString();
+        EXPECT_EQ(index, 99);
+    }
+}
+
+TEST_F(InstallationTest, AnIndexThatNamesNoConnexionChangesNothing) {
+    ConnectThree();
+    CParameterRefArray params = prop.GetParameters();
+    for (LONG i = 0; i < params.GetCount(); ++i)
+        if (Parameter(params[i]).GetValueType() == CValue::siDouble) Parameter(params[i]).PutValue(CValue(i + 0.5));
+    auto values = [&] {
+        std::vector<std::wstring> out;
+        for (LONG i = 0; i < params.GetCount(); ++i) out.push_back(W(Parameter(params[i]).GetValue().GetAsText()));
+        return out;
+    };
+    const auto before = values();
+    for (const wchar_t* word : {L"ProximityMap", L"MixMap"}) {
+        orbelin::LiveTool tool = orbelin::Tool(word);
+        tool.connexionGroup = 3;  // this operator's connexions
+        for (LONG index : {LONG(-2), LONG(3), LONG(4), LONG(INT32_MAX), LONG(INT32_MIN)}) {
+            std::size_t from = host.GetLog().Count();
+            EXPECT_EQ(orbelin::RemoveConnexions(prop, index, tool), CStatus::InvalidArgument) << W(CValue(index).GetAsText());
+            auto lines = LinesSince(from);
+            ASSERT_EQ(lines.size(), 1u);
+            EXPECT_EQ(lines[0], std::make_pair(int(siErrorMsg), L"[OrbelinPlugin] >> Invalid connexion index: " +
+                                                                     W(CValue(index).GetAsText()) +
+                                                                     L"! The connexions are numbered from 0 to 2; -1 "
+                                                                     L"removes them all."));
+            EXPECT_EQ(values(), before);
+            EXPECT_EQ(Connexions(), 3);
+        }
+    }
+    ASSERT_EQ(orbelin::RemoveConnexions(prop, -1, orbelin::Tool(L"ProximityMap")), CStatus::OK);
+    std::size_t from = host.GetLog().Count();
+    EXPECT_EQ(orbelin::RemoveConnexions(prop, 0, orbelin::Tool(L"ProximityMap")), CStatus::InvalidArgument);
+    EXPECT_EQ(LinesSince(from).back().second, L"[OrbelinPlugin] >> Invalid connexion index: 0! There is no connexion to remove.");
 }
 
 }  // namespace

@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include "nurbs/nurbs.h"
 #include "scene/host.h"
 #include "xsi_clusterproperty.h"
 #include "xsi_customproperty.h"
 #include "xsi_fcurve.h"
+#include "xsi_ppglayout.h"
 
 using namespace XSI;
 
@@ -48,8 +51,8 @@ struct ProximityTest : ::testing::Test {
         CDoubleArray w = ClusterProperty(host.Find(kMap)).GetElements().GetArray();
         return std::vector<double>(w.GetArray(), w.GetArray() + w.GetCount() / 2);  // the first row of points
     }
-    CRef NullAt(const wchar_t* name, double x) {
-        CRef n = host.CreateNull(name);
+    CRef NullAt(const wchar_t* name, double x, const CRef& parent = CRef()) {
+        CRef n = host.CreateNull(name, parent);
         MATH::CTransformation t;
         t.SetIdentity();
         t.SetTranslationFromValues(x, 0, 0);
@@ -58,6 +61,21 @@ struct ProximityTest : ::testing::Test {
     }
     void Connect(const wchar_t* object) {
         ASSERT_EQ(Run(L"Orbelin_zrProximityMapAddConnexionCmd", {CValue(kProp.c_str()), CValue(object)}), CStatus::OK);
+    }
+    // Every parameter of the property, as (script name, value text).
+    std::vector<std::pair<std::wstring, std::wstring>> Parameters() {
+        std::vector<std::pair<std::wstring, std::wstring>> out;
+        CParameterRefArray params = CustomProperty(host.Find(kProp)).GetParameters();
+        for (LONG i = 0; i < params.GetCount(); ++i) {
+            Parameter p(params[i]);
+            out.emplace_back(p.GetScriptName().GetWideString(), p.GetValue().GetAsText().GetWideString());
+        }
+        return out;
+    }
+    std::wstring Page() {
+        bool cancelled = false;
+        host.InspectObj(host.Find(kProp), siRecycle, cancelled);
+        return host.DescribePage(host.Find(kProp));
     }
     size_t Count(const std::wstring& text) {
         size_t n = 0;
@@ -256,6 +274,111 @@ TEST_F(ProximityTest, ThePageAddsAndRemovesConnexions) {
     Set(L"OpMode", CValue(LONG(2)));
     ASSERT_EQ(host.PressButton(prop, L"CleanCache"), CStatus::OK);
     EXPECT_EQ(static_cast<LONG>(Get(L"CleanCacheIdx")), 1);
+}
+
+TEST_F(ProximityTest, RemovingAConnexionThatDoesNotExistChangesNothing) {
+    NullAt(L"a", 0.0);
+    NullAt(L"b", 5.0);
+    NullAt(L"c", 10.0);
+    for (const wchar_t* n : {L"a", L"b", L"c"}) Connect(n);
+    // Every value away from its default, so that a shift or a reset anywhere shows.
+    Set(L"OpWeightPostProcess", CValue(LONG(2)));
+    Set(L"Near", CValue(0.5));
+    Set(L"Min", CValue(0.25));
+    Set(L"Max", CValue(0.75));
+    for (int k = 0; k < 4; ++k) Set(L"Factor_" + std::to_wstring(k), CValue(k + 2.0));
+    Set(L"Enabled_3", CValue(false));
+    const auto before = Parameters();
+    const std::vector<double> weights = Weights();
+    const double inf = std::numeric_limits<double>::infinity();
+    const std::vector<CValue> bad{
+        CValue(LONG(-2)), CValue(LONG(3)), CValue(LONG(8)), CValue(LONG(INT32_MAX)), CValue(LONG(INT32_MIN)),
+        CValue(2147483648.0), CValue(-2147483648.0), CValue(-2147483649.0), CValue(1e300), CValue(LLONG(1) << 40),
+        CValue(std::nan("")), CValue(inf), CValue(-inf), CValue(1.5), CValue(-0.5), CValue(L"two"), CValue(L"1.5"),
+        CValue(L""), CValue(L"99999999999"), CValue(host.Find(L"a"))};
+    for (const CValue& index : bad) {
+        SCOPED_TRACE(index.GetAsText().GetAsciiString());
+        EXPECT_EQ(Run(L"Orbelin_zrProximityMapRemoveConnexionCmd", {CValue(kProp.c_str()), index}), CStatus::InvalidArgument);
+        const auto& last = host.GetLog().entries().back();
+        EXPECT_EQ(last.severity, siErrorMsg);
+        EXPECT_EQ(last.text.rfind(L"[OrbelinPlugin] >> Invalid connexion index: ", 0), 0u) << std::string(last.text.begin(), last.text.end());
+        EXPECT_EQ(Parameters(), before);
+    }
+    EXPECT_EQ(Weights(), weights);
+    EXPECT_NE(Page().find(L"Remove_2"), std::wstring::npos);
+    // A number given as a double or as decimal text still names its connexion.
+    ASSERT_EQ(Run(L"Orbelin_zrProximityMapRemoveConnexionCmd", {CValue(kProp.c_str()), CValue(L"1")}), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(Get(L"Factor_1")), 4.0);
+    ASSERT_EQ(Run(L"Orbelin_zrProximityMapRemoveConnexionCmd", {CValue(kProp.c_str()), CValue(0.0)}), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(Get(L"Factor_0")), 4.0);
+    EXPECT_EQ(static_cast<double>(Get(L"Factor_1")), 1.0);
+}
+
+TEST_F(ProximityTest, APageButtonWithoutAConnexionNumberRemovesNothing) {
+    NullAt(L"a", 0.0);
+    Connect(L"a");
+    CRef prop = host.Find(kProp);
+    Page();
+    PPGLayout layout = CustomProperty(prop).GetPPGLayout();
+    for (const wchar_t* button : {L"Remove_", L"Remove_x", L"Remove_0x", L"Remove_-1", L"Remove_99999999999"}) {
+        layout.AddButton(button, L"Remove");
+        EXPECT_EQ(host.PressButton(prop, button), CStatus::InvalidArgument) << std::wstring(button);
+        EXPECT_EQ(host.GetLog().entries().back().text, L"[OrbelinPlugin] >> Invalid connexion button: " + std::wstring(button) + L"!");
+    }
+    EXPECT_NE(Page().find(L"Remove_0"), std::wstring::npos);
+    EXPECT_NEAR(Weights()[0], 1.0, 1e-12);
+}
+
+TEST_F(ProximityTest, RemovingFromADeletedOperatorReportsItOnce) {
+    NullAt(L"a", 0.0);
+    Connect(L"a");
+    host.Delete(host.Find(kMap + L".zrProximityMapOp"));
+    for (std::vector<CValue> args : {std::vector<CValue>{CValue(kProp.c_str())}, {CValue(kProp.c_str()), CValue(LONG(0))}}) {
+        size_t from = host.GetLog().Count();
+        EXPECT_EQ(Run(L"Orbelin_zrProximityMapRemoveConnexionCmd", args), CStatus::OK);
+        auto lines = host.GetLog().LinesSince(from);
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back().text, L"[OrbelinPlugin] >> Operator zrProximityMapOp not found!!");
+        EXPECT_EQ(lines.back().severity, siErrorMsg);
+        size_t errors = 0;
+        for (const auto& e : lines) errors += e.severity == siErrorMsg;
+        EXPECT_EQ(errors, 1u);
+    }
+}
+
+// Deleting a connected object drops its connexion as the host does: the map is the one of
+// the objects left, the later connexions move down, the page shows what remains.
+TEST_F(ProximityTest, ADeletedObjectLeavesTheMapAsIfNeverConnected) {
+    Set(L"Far", CValue(4.0));
+    CRef rig = host.CreateModel(L"rig");
+    NullAt(L"a", 1.0, rig);
+    NullAt(L"b", 5.0);
+    NullAt(L"c", 9.0);
+    auto weightsWith = [&](std::initializer_list<const wchar_t*> objects) {
+        Run(L"Orbelin_zrProximityMapRemoveConnexionCmd", {CValue(kProp.c_str())});
+        for (const wchar_t* n : objects) Connect(n);
+        return Weights();
+    };
+    const std::vector<double> none = weightsWith({}), a = weightsWith({L"rig.a"}), ac = weightsWith({L"rig.a", L"c"});
+    weightsWith({L"rig.a", L"b", L"c"});
+    ASSERT_NE(a, none);
+    auto erase = [&](const wchar_t* name) {
+        CValueArray args;
+        args.Add(CValue(name));
+        CValue ret;
+        ASSERT_EQ(host.ExecuteCommand(L"DeleteObj", args, ret), CStatus::OK);
+    };
+    erase(L"b");  // the middle one: c moves down to connexion 1
+    EXPECT_EQ(Weights(), ac);
+    std::wstring page = Page();
+    EXPECT_NE(page.find(L"Remove_1"), std::wstring::npos);
+    EXPECT_EQ(page.find(L"Remove_2"), std::wstring::npos);
+    erase(L"c");  // now the last one
+    EXPECT_EQ(Weights(), a);
+    erase(L"rig");  // a goes with its model
+    EXPECT_EQ(Weights(), none);
+    EXPECT_EQ(Page().find(L"Remove_0"), std::wstring::npos);
+    EXPECT_EQ(host.GetLog().CountWith(siErrorMsg), 0u);
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
 // The Proximity Map's property: Define, the page and its events.
-#include <cstdlib>
-
 #include "maps/proximity/binding/proximity_tool.h"
 #include "shell/guard.h"
 #include "shell/log.h"
@@ -181,7 +179,11 @@ SICALLBACK Orbelin_zrProximityMapProp_PPGEvent(const CRef& in_ctxt) {
                     Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
                     ctxt.PutAttribute(L"Refresh", CValue(true));
                 } else if (button.FindString(L"Remove_") == 0) {
-                    LONG k = std::atol(button.GetSubString(7).GetAsciiString());
+                    LONG k = -1;
+                    if (!ConnexionIndex(CValue(button.GetSubString(7)), k) || k < 0) {
+                        LogError(L"Invalid connexion button: " + button + L"!");
+                        return CStatus(CStatus::InvalidArgument);
+                    }
                     args.Add(CValue(k));
                     Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
                     ctxt.PutAttribute(L"Refresh", CValue(true));
