@@ -3,6 +3,8 @@
 //   orbelin info [--plugin PATH]
 //   orbelin run SCRIPT.lua [--project DIR] [--plugin PATH]
 //   orbelin demo [--out DIR] [--plugin PATH]
+//
+// A script stopped by Ctrl-C ends the command with 130, as a shell reports SIGINT.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -117,7 +119,7 @@ int Demo(const fs::path& outArg, const fs::path& plugin) {
     // Timestamps of some file systems are coarse: a second's slack, so that nothing just
     // written is missed.
     const auto started = fs::file_time_type::clock::now() - std::chrono::seconds(1);
-    if (standin::RunScript(host, *script, std::cerr, {{"OUTPUT_DIR", out.string()}}) != 0) return 1;
+    if (int rc = standin::RunScript(host, *script, std::cerr, {{"OUTPUT_DIR", out.string()}}); rc != 0) return rc;
 
     std::vector<fs::path> pictures;
     for (const fs::directory_entry& e : fs::directory_iterator(results))

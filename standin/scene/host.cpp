@@ -32,15 +32,7 @@ int IntOption(const std::map<std::wstring, double>& options, const wchar_t* key,
     return static_cast<int>(Option(options, key, fallback));
 }
 
-std::wstring UniqueChildName(const X3DNode& parent, const std::wstring& base) {
-    auto used = [&](const std::wstring& n) {
-        return std::any_of(parent.children.begin(), parent.children.end(),
-                           [&](const Ptr<X3DNode>& c) { return c->name == n; });
-    };
-    if (!used(base)) return base;
-    for (int i = 1;; ++i)
-        if (!used(base + std::to_wstring(i))) return base + std::to_wstring(i);
-}
+std::wstring UniqueChildName(const X3DNode& parent, const std::wstring& base) { return parent.childNames.Unique(parent.children, base); }
 
 Ptr<X3DNode> NewObject(X3DNode& parent, const std::wstring& name, siClassID cls) {
     Ptr<X3DNode> obj = cls == XSI::siModelID ? Ptr<X3DNode>(Make<ModelNode>()) : Make<X3DNode>();

@@ -72,14 +72,7 @@ void SceneItemNode::Children(std::vector<Object*>& out) const {
     for (const auto& p : properties) out.push_back(p.get());
 }
 
-std::wstring SceneItemNode::UniquePropertyName(const std::wstring& base) const {
-    auto used = [&](const std::wstring& n) {
-        return std::any_of(properties.begin(), properties.end(), [&](const auto& p) { return p->name == n; });
-    };
-    if (!used(base)) return base;
-    for (int i = 1;; ++i)
-        if (!used(base + std::to_wstring(i))) return base + std::to_wstring(i);
-}
+std::wstring SceneItemNode::UniquePropertyName(const std::wstring& base) const { return propertyNames.Unique(properties, base); }
 
 // ---- objects and transforms
 
@@ -262,14 +255,7 @@ void PrimitiveNode::MarkDeleted() {
     ProjectItemNode::MarkDeleted();
 }
 
-std::wstring PrimitiveNode::UniqueClusterName(const std::wstring& base) const {
-    auto used = [&](const std::wstring& n) {
-        return std::any_of(clusters.begin(), clusters.end(), [&](const auto& c) { return c->name == n; });
-    };
-    if (!used(base)) return base;
-    for (int i = 1;; ++i)
-        if (!used(base + std::to_wstring(i))) return base + std::to_wstring(i);
-}
+std::wstring PrimitiveNode::UniqueClusterName(const std::wstring& base) const { return clusterNames.Unique(clusters, base); }
 
 void ClusterPropertyNode::Children(std::vector<Object*>& out) const {
     ProjectItemNode::Children(out);

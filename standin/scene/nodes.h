@@ -14,6 +14,7 @@
 #include "core/object.h"
 #include "mesh/polymesh.h"
 #include "nurbs/nurbs.h"
+#include "scene/names.h"
 #include "ui/layout.h"
 #include "xsi_transformation.h"
 #include "xsi_value.h"
@@ -70,6 +71,7 @@ struct SceneItemNode : ProjectItemNode {
     void Children(std::vector<Object*>& out) const override;
     // A name not yet used by a property here: `base`, else base + "1", base + "2" ...
     std::wstring UniquePropertyName(const std::wstring& base) const;
+    mutable NameIndex propertyNames;
 };
 
 struct X3DNode;
@@ -92,6 +94,7 @@ struct PrimitiveNode;
 struct X3DNode : SceneItemNode {
     siClassID cls = XSI::siX3DObjectID;
     std::vector<Ptr<X3DNode>> children;
+    mutable NameIndex childNames;
     Ptr<KinematicsNode> kine;
     Ptr<PrimitiveNode> primitive;
     MATH::CTransformation local;
@@ -171,6 +174,7 @@ struct PrimitiveNode : ProjectItemNode {
     siClassID cls = XSI::siPrimitiveID;
     Ptr<GeometryNode> geometry;
     std::vector<Ptr<ClusterNode>> clusters;
+    mutable NameIndex clusterNames;
 
     siClassID ClassID() const override { return cls; }
     std::wstring TypeName() const override { return type; }
@@ -198,6 +202,7 @@ struct ClusterPropertyNode : ProjectItemNode {
     std::vector<double> values;  // as stored, below any operator
     // Operators writing this map, in evaluation order (OperatorNode, see operators.h).
     std::vector<Ptr<ProjectItemNode>> operators;
+    mutable NameIndex operatorNames;
 
     void Children(std::vector<Object*>& out) const override;
 

@@ -199,12 +199,7 @@ CStatus CmdApplyOp(Host& host, CValueArray& args, CValue& ret) {
         host.HostError(L"ApplyOp: " + presetName + L" must write a weight map");
         return CStatus::InvalidArgument;
     }
-    std::wstring name = preset.name;
-    for (int i = 1; std::any_of(target->operators.begin(), target->operators.end(),
-                                [&](const auto& o) { return o->name == name; });
-         ++i)
-        name = preset.name + std::to_wstring(i);
-    op->name = name;
+    op->name = target->operatorNames.Unique(target->operators, preset.name);
     op->parent = target;
     for (const auto& [pname, type] : preset.parameters) {
         ParameterNode* p = op->AddParam(pname);

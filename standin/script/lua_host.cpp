@@ -1,8 +1,11 @@
 #include "script/lua_host.h"
 
+#include <signal.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -50,9 +53,10 @@ struct ScriptError : std::runtime_error {
 std::string U8(const std::wstring& s) { return XSI::Host::ToUtf8(s); }
 std::wstring Wide(const std::string& s) { return XSI::Host::FromUtf8(s); }
 
-// Runs a binding; a C++ error becomes a Lua error at the caller's line. The message is
-// copied to a plain buffer first because lua_error does not return: nothing with a
-// destructor may be alive when it is called.
+// Runs a binding; an error of ours becomes a Lua error at the caller's line. Lua is built as
+// C++: its own errors (from a metamethod, a finalizer, memory) are exceptions of its own type
+// that unwind the binding's frames and must reach Lua's catch untouched, message and all, so
+// only ours are caught here. Ours would otherwise reach that catch too, as an unknown error.
 template <class F>
 int Safe(lua_State* L, F&& f) {
     char message[1024];
@@ -60,8 +64,6 @@ int Safe(lua_State* L, F&& f) {
         return f(L);
     } catch (const std::exception& e) {
         std::snprintf(message, sizeof message, "%s", e.what());
-    } catch (...) {
-        std::snprintf(message, sizeof message, "unknown error");
     }
     luaL_where(L, 1);
     lua_pushstring(L, message);
@@ -972,6 +974,57 @@ const luaL_Reg kFunctions[] = {
     {nullptr, nullptr},
 };
 
+// Ctrl-C while a script runs stops it the way the standalone interpreter does: the handler
+// only sets a hook (the one thing Lua allows from a signal handler), and the hook raises the
+// error at the script's next instruction. The hook stays, so a pcall in the script cannot
+// swallow the stop; the handler is reset on use, so a second Ctrl-C ends a script stuck in
+// the host.
+lua_State* volatile g_running = nullptr;
+volatile std::sig_atomic_t g_interrupted = 0;
+
+// Named at the line the script was on: the innermost level that is Lua code (in a hook, level
+// 0 is the function running, which may be a C function being called or returning).
+void StopScript(lua_State* L, lua_Debug*) {
+    lua_Debug ar;
+    int level = 0;
+    while (lua_getstack(L, level, &ar) && lua_getinfo(L, "l", &ar) && ar.currentline <= 0) ++level;
+    luaL_where(L, level);
+    lua_pushliteral(L, "interrupted!");
+    lua_concat(L, 2);
+    lua_error(L);
+}
+
+void OnInterrupt(int) {
+    g_interrupted = 1;
+    if (lua_State* L = g_running) lua_sethook(L, StopScript, LUA_MASKCALL | LUA_MASKRET | LUA_MASKCOUNT, 1);
+}
+
+class InterruptibleRun {
+public:
+    explicit InterruptibleRun(lua_State* L) : previous_(g_running), wasInterrupted_(g_interrupted) {
+        g_interrupted = 0;
+        g_running = L;
+        struct sigaction on = {};
+        on.sa_handler = OnInterrupt;
+        sigemptyset(&on.sa_mask);
+        on.sa_flags = SA_RESETHAND;
+        sigaction(SIGINT, &on, &old_);
+    }
+    ~InterruptibleRun() {
+        sigaction(SIGINT, &old_, nullptr);
+        g_running = previous_;
+        g_interrupted = wasInterrupted_;
+    }
+    InterruptibleRun(const InterruptibleRun&) = delete;
+    InterruptibleRun& operator=(const InterruptibleRun&) = delete;
+    bool Interrupted() const { return g_interrupted != 0; }
+
+private:
+    lua_State* previous_;
+    std::sig_atomic_t wasInterrupted_;
+    struct sigaction old_ = {};
+};
+
 int Run(Host& host, std::ostream& err, const ScriptGlobals& globals, const std::function<int(lua_State*)>& load) {
     lua_State* L = luaL_newstate();
     if (!L) {
@@ -988,14 +1041,20 @@ int Run(Host& host, std::ostream& err, const ScriptGlobals& globals, const std::
     Host* previous = g_host;
     g_host = &host;
     int rc = load(L);
-    if (rc == 0) rc = lua_pcall(L, 0, 0, 0);
+    bool interrupted = false;
+    if (rc == 0) {
+        InterruptibleRun run(L);
+        rc = lua_pcall(L, 0, 0, 0);
+        interrupted = run.Interrupted();
+    }
     if (rc != 0) {
         const char* msg = lua_tostring(L, -1);
         err << (msg ? msg : "script error") << "\n";
     }
+    if (interrupted) err << "script stopped by Ctrl-C\n";
     lua_close(L);
     g_host = previous;
-    return rc == 0 ? 0 : 1;
+    return interrupted ? kInterrupted : rc == 0 ? 0 : 1;
 }
 
 }  // namespace

@@ -50,7 +50,11 @@ class Host;
 // Globals set before a script runs, by name: a string or a number each.
 using ScriptGlobals = std::map<std::string, std::variant<std::string, double>>;
 
-// Runs a script file; 0 on success, 1 after a script error (reported on `err`).
+// What a script run returns when Ctrl-C stopped it (the shell's code for SIGINT).
+constexpr int kInterrupted = 130;
+
+// Runs a script file; 0 on success, 1 after a script error (reported on `err`), kInterrupted
+// when Ctrl-C stopped it.
 int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err, const ScriptGlobals& globals = {});
 // Runs script text under a chunk name (what error messages show as the file).
 int RunScriptText(Host& host, std::string_view code, std::string_view chunkName, std::ostream& err,

@@ -67,6 +67,7 @@ CStatus SIObject::PutName(const CString& name) {
         return CStatus::OK;
     }
     o->name = NodeOf<MenuItemNode>(m_ref) ? W(name) : SanitizeName(W(name));
+    NameIndex::NameChanged();
     return CStatus::OK;
 }
 

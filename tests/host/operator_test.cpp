@@ -119,6 +119,17 @@ TEST_F(OperatorTest, AppliedFromItsPresetAndNestedUnderItsWeightMap) {
     EXPECT_FALSE(Apply(L"FixtureOp", L"grid.polymsh.cls.WeightMapCls.map").IsValid());  // the property group is missing
 }
 
+// Operators applied again to one map are named like any objects of one name.
+TEST_F(OperatorTest, SameNamedOperatorsTakeTheFirstFreeSuffix) {
+    const wchar_t* set = L"grid.polymsh.cls.WeightMapCls.map;grid.Settings";
+    EXPECT_EQ(std::wstring(Apply(L"FixtureOp", set).GetAsText().GetWideString()), L"grid.polymsh.cls.WeightMapCls.map.FixtureOp1");
+    CRef second = Apply(L"FixtureOp", set);
+    EXPECT_EQ(std::wstring(second.GetAsText().GetWideString()), L"grid.polymsh.cls.WeightMapCls.map.FixtureOp2");
+    host.Delete(op);
+    EXPECT_EQ(std::wstring(Apply(L"FixtureOp", set).GetAsText().GetWideString()), L"grid.polymsh.cls.WeightMapCls.map.FixtureOp");
+    EXPECT_EQ(std::wstring(Apply(L"FixtureOp", set).GetAsText().GetWideString()), L"grid.polymsh.cls.WeightMapCls.map.FixtureOp3");
+}
+
 TEST_F(OperatorTest, UpdatesOnlyWhenSomethingItReadsChanged) {
     EXPECT_DOUBLE_EQ(Read(), 1.5);  // below 1 + Amount 0.5
     EXPECT_EQ(Updates(), 1u);

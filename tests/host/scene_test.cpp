@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "scene/host.h"
+#include "scene/names.h"
 #include "xsi_application.h"
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
@@ -62,6 +63,49 @@ TEST_F(SceneTest, FullNamesFollowTheHostsForm) {
     // Components are named after their object.
     CVertexRefArray verts = PolygonMesh(g.GetActivePrimitive().GetGeometry()).GetVertices();
     EXPECT_EQ(Text(verts[3].GetAsText()), L"grid.pnt[3]");
+}
+
+// Objects of one name get base, base1, base2 ... the first name free, found without a scan
+// of their siblings: a count of names looked at grows with the number of objects, not faster.
+TEST_F(SceneTest, SameNamedObjectsTakeTheFirstFreeSuffixInLinearWork) {
+    constexpr uint64_t kCount = 4000;
+    std::vector<CRef> made;
+    const uint64_t before = standin::NameIndex::Comparisons();
+    for (uint64_t i = 0; i < kCount; ++i) made.push_back(host.CreateNull(L"n"));
+    const uint64_t spent = standin::NameIndex::Comparisons() - before;
+    EXPECT_LT(spent, 5 * kCount);
+    EXPECT_EQ(Text(made[0].GetAsText()), L"n");
+    EXPECT_EQ(Text(made[1].GetAsText()), L"n1");
+    EXPECT_EQ(Text(made[kCount - 1].GetAsText()), L"n3999");
+
+    // Deletions and renames free names and take them; the next name is still the first free.
+    host.Delete(made[7]);
+    host.Delete(made[1]);
+    EXPECT_EQ(Text(host.CreateNull(L"n").GetAsText()), L"n1");
+    EXPECT_EQ(Text(host.CreateNull(L"n").GetAsText()), L"n7");
+    EXPECT_EQ(X3DObject(made[3]).PutName(L"n4000"), CStatus::OK);
+    EXPECT_EQ(Text(host.CreateNull(L"n").GetAsText()), L"n3");
+    EXPECT_EQ(Text(host.CreateNull(L"n").GetAsText()), L"n4001");
+    // Names are per parent.
+    CRef model = host.CreateModel(L"Rig");
+    EXPECT_EQ(Text(host.CreateNull(L"n", model).GetAsText()), L"Rig.n");
+}
+
+// Clusters of an object and properties of a cluster are named the same way.
+TEST_F(SceneTest, SameNamedClustersAndPropertiesTakeTheFirstFreeSuffixInLinearWork) {
+    host.CreatePrim(L"Grid", L"grid", {{L"subdivu", 1}, {L"subdivv", 1}});
+    constexpr uint64_t kCount = 500;
+    const uint64_t before = standin::NameIndex::Comparisons();
+    for (uint64_t i = 0; i < kCount; ++i) NewWeightMap(L"grid", L"W");
+    for (uint64_t i = 0; i < kCount; ++i) NewWeightMap(L"grid.polymsh.cls.WeightMapCls", L"W");
+    const uint64_t spent = standin::NameIndex::Comparisons() - before;
+    EXPECT_LT(spent, 2 * 5 * kCount);
+    EXPECT_TRUE(host.Find(L"grid.polymsh.cls.WeightMapCls499.W").IsValid());
+    EXPECT_TRUE(host.Find(L"grid.polymsh.cls.WeightMapCls.W500").IsValid());
+    host.Delete(host.Find(L"grid.polymsh.cls.WeightMapCls.W12"));
+    EXPECT_EQ(Text(NewWeightMap(L"grid.polymsh.cls.WeightMapCls", L"W").GetAsText()), L"grid.polymsh.cls.WeightMapCls.W12");
+    host.Delete(host.Find(L"grid.polymsh.cls.WeightMapCls3"));
+    EXPECT_EQ(Text(NewWeightMap(L"grid", L"W").GetAsText()), L"grid.polymsh.cls.WeightMapCls3.W");
 }
 
 TEST_F(SceneTest, LookupByPathFindsEveryKindOfObject) {

@@ -129,6 +129,52 @@ TEST_F(ScriptTest, DeepAndSelfHoldingTablesAreErrorsNotCrashes) {
     EXPECT_NE(err.str().find("scene.lua:1: object not found: 'nothing.Param'"), std::string::npos) << err.str();
 }
 
+// A Lua error raised inside a scripting function (by a metamethod, or by a finalizer that the
+// function's own allocation runs) reaches the script's pcall with Lua's message, and unwinds
+// the function's frames: under the leak checker, whatever they held would show as a leak.
+TEST_F(ScriptTest, LuaErrorsInsideFunctionsKeepTheirMessageAndFreeWhatTheFunctionHeld) {
+    ASSERT_EQ(Run(R"(
+local ball = CreatePrim('Sphere', 'ball', {subdivu = 12, subdivv = 8})
+local map = ExecuteCommand('CreateWeightMap', {'', ball, 'W', '', false})[1]
+local function raises(f, ...)
+  local ok, message = pcall(f, ...)
+  assert(not ok, 'no error')
+  assert(tostring(message):find('boom', 1, true), 'lost message: ' .. tostring(message))
+end
+local boom = setmetatable({}, {__index = function() error('boom') end})
+raises(SetTransform, ball, boom)
+raises(CreateSurface, 'Grid', 'surface', boom)
+raises(QueuePick, boom)
+raises(QueuePageAnswer, boom)
+raises(RenderPreview, 'preview.png', boom)
+raises(RenderPreview, 'preview.png', {camera = boom})
+
+-- Every allocation runs a whole collection: the finalizer, armed last, runs at the first
+-- allocation inside the function called, and fails there.
+local function raisesInFinalizer(f, ...)
+  local args = {...}
+  collectgarbage('setpause', 0)
+  collectgarbage('setstepmul', 1000000)
+  collectgarbage('collect')
+  local armed = newproxy(true)
+  getmetatable(armed).__gc = function() error('boom') end
+  armed = nil
+  raises(f, unpack(args))
+  collectgarbage('setpause', 200)
+  collectgarbage('setstepmul', 200)
+end
+raisesInFinalizer(GetWeights, map)
+raisesInFinalizer(GetPointPositions, ball)
+raisesInFinalizer(ExecuteCommand, 'Echo', {'a', {'b', 'c'}})
+assert(#GetWeights(map) > 0 and #GetPointPositions(ball) > 0)
+)"),
+              0)
+        << err.str();
+    // Errors of ours still carry our own message.
+    EXPECT_EQ(Run("local ok, message = pcall(GetWeights, 'ball')\nassert(not ok)\nerror(message)\n"), 1);
+    EXPECT_NE(err.str().find("'ball' is not a weight map"), std::string::npos) << err.str();
+}
+
 TEST_F(ScriptTest, WeightMapsReadAndWrite) {
     ASSERT_EQ(Run("local g = CreatePrim('Grid', 'g', {subdivu = 1, subdivv = 1})\n"
                   "local map = ExecuteCommand('CreateWeightMap', {'', g, 'W', '', false})[1]\n"
