@@ -35,7 +35,8 @@ double Option(const std::map<std::wstring, double>& options, const wchar_t* key,
 // Subdivisions are counts: anything else is refused rather than rounded or cut to fit.
 int IntOption(const std::map<std::wstring, double>& options, const wchar_t* key, int fallback) {
     constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
-    if (std::optional<int32_t> n = WholeNumber(Option(options, key, fallback), 1, kMost)) return *n;
+    auto it = options.find(key);
+    if (std::optional<int32_t> n = WholeNumber(it == options.end() ? fallback : it->second, 1, kMost)) return *n;
     throw std::invalid_argument("CreatePrim: " + XSI::Host::ToUtf8(key) + " must be a whole number from 1 to " + std::to_string(kMost));
 }
 

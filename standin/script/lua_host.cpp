@@ -299,12 +299,13 @@ int CreateSurface(lua_State* L) {
                 if (!lua_isnil(L, -1)) v = ArgNumber(L, lua_gettop(L), key);
                 lua_pop(L, 1);
             }
-            return Finite(v, "CreateSurface", key);
+            return v;
         };
+        auto size = [&](const char* key, double fallback) { return Finite(opt(key, fallback), "CreateSurface", key); };
         auto spans = [&](const char* key, double fallback) { return Whole(opt(key, fallback), "CreateSurface", key, 1, kMostInt); };
         std::vector<nurbs::Surface> s;
-        if (kind == "Grid") s.push_back(nurbs::GridSurface(opt("sizex", 8), opt("sizez", 8), spans("spansu", 4), spans("spansv", 4)));
-        else if (kind == "Sphere") s.push_back(nurbs::SphereSurface(opt("radius", 4), spans("spansu", 8), spans("spansv", 6)));
+        if (kind == "Grid") s.push_back(nurbs::GridSurface(size("sizex", 8), size("sizez", 8), spans("spansu", 4), spans("spansv", 4)));
+        else if (kind == "Sphere") s.push_back(nurbs::SphereSurface(size("radius", 4), spans("spansu", 8), spans("spansv", 6)));
         else throw ScriptError("unknown surface '" + kind + "' (Grid or Sphere)");
         PushPath(L, g_host->CreateSurfaceMesh(Wide(name), std::move(s), OptParent(L, 4)));
         return 1;
@@ -466,13 +467,16 @@ int GetValue(lua_State* L) {
     });
 }
 
+// NaN reads "nan" or "-nan" by the sign bit 0/0 happens to leave; in a message it is just NaN.
+bool IsNaN(const CValue& v) { return v.m_t == CValue::siDouble && std::isnan(static_cast<double>(v)); }
+
 int SetValue(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string path = ArgString(L, 1, "a parameter path");
         CValue v = ToValue(L, 2);
         if (!g_host->Find(Wide(path)).IsValid()) throw ScriptError("object not found: '" + path + "'");
         if (!g_host->SetValue(Wide(path), v).Succeeded())
-            throw ScriptError("cannot set '" + path + "' to " + U8(v.GetAsText().GetWideString()));
+            throw ScriptError("cannot set '" + path + "' to " + (IsNaN(v) ? std::string("NaN") : U8(v.GetAsText().GetWideString())));
         return 0;
     });
 }
