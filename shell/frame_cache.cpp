@@ -1,14 +1,20 @@
 #include "shell/frame_cache.h"
 
 #include <algorithm>
+#include <limits>
+
+#include "shell/numbers.h"
 
 namespace orbelin {
 
-int32_t RoundFrame(double frame) {
-    return static_cast<int32_t>(frame < 0 ? frame - 0.5 : frame + 0.5);
-}
+int32_t RoundFrame(double frame) { return SaturatedInt32(frame); }
 
-int32_t FrameWeightCache::FrameCount() const { return std::max(1, endFrame - startFrame + 1); }
+namespace {
+// Frame differences are taken in 64 bits: any two int32 frames may be asked about.
+int64_t Offset(int32_t frame, int32_t start) { return static_cast<int64_t>(frame) - start; }
+}  // namespace
+
+int64_t FrameWeightCache::FrameCount() const { return std::max<int64_t>(1, Offset(endFrame, startFrame) + 1); }
 
 void FrameWeightCache::Clear() {
     frameWeights.reset();
@@ -24,20 +30,20 @@ void FrameWeightCache::Reset() {
 
 bool FrameWeightCache::IsCached(int32_t frame) const {
     if (!frameDone || frame < startFrame || frame > endFrame) return false;
-    return frameDone[static_cast<size_t>(frame - startFrame)] != 0;
+    return frameDone[static_cast<size_t>(Offset(frame, startFrame))] != 0;
 }
 
 XSI::CDoubleArray FrameWeightCache::Get(int32_t frame) const {
-    if (frameWeights && frame >= startFrame && frame <= endFrame && frame - startFrame < FrameCount())
-        return frameWeights[static_cast<size_t>(frame - startFrame)];
+    if (frameWeights && frame >= startFrame && frame <= endFrame && Offset(frame, startFrame) < FrameCount())
+        return frameWeights[static_cast<size_t>(Offset(frame, startFrame))];
     XSI::CDoubleArray zeros(elementCount);
     return zeros;
 }
 
 void FrameWeightCache::Store(const XSI::CDoubleArray& weights) {
-    if (!frameWeights || currentFrame < startFrame || currentFrame - startFrame >= FrameCount()) return;
-    frameWeights[static_cast<size_t>(currentFrame - startFrame)] = weights;
-    frameDone[static_cast<size_t>(currentFrame - startFrame)] = 1;
+    if (!frameWeights || currentFrame < startFrame || Offset(currentFrame, startFrame) >= FrameCount()) return;
+    frameWeights[static_cast<size_t>(Offset(currentFrame, startFrame))] = weights;
+    frameDone[static_cast<size_t>(Offset(currentFrame, startFrame))] = 1;
 }
 
 UpdateStep BeginUpdate(FrameWeightCache& r, const ExecutionParams& p, double frame,
@@ -78,8 +84,9 @@ UpdateStep BeginUpdate(FrameWeightCache& r, const ExecutionParams& p, double fra
 
 void FinishUpdate(FrameWeightCache& r, const ExecutionParams& p, XSI::CDoubleArray& result) {
     if (p.opMode != kModeLiveCaching) return;
-    // Keep Maximum follows the time line only: it needs the frame just before this one.
-    if (p.processingMode == 1 && r.IsCached(r.currentFrame - 1)) {
+    // Keep Maximum follows the time line only: it needs the frame just before this one, and
+    // the first frame there is has none.
+    if (p.processingMode == 1 && r.currentFrame > std::numeric_limits<int32_t>::min() && r.IsCached(r.currentFrame - 1)) {
         XSI::CDoubleArray previous = r.Get(r.currentFrame - 1);
         LONG n = std::min(result.GetCount(), previous.GetCount());
         for (LONG i = 0; i < n; ++i) result[i] = std::max(result[i], previous[i]);

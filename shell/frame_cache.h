@@ -15,7 +15,8 @@
 
 namespace orbelin {
 
-// Frames are rounded half away from zero: 2.5 gives 3, -2.5 gives -3.
+// Frames are rounded half away from zero: 2.5 gives 3, -2.5 gives -3. Frames beyond int32
+// saturate, and NaN, which is no frame, gives frame 0.
 int32_t RoundFrame(double frame);
 
 // The per-operator record, kept by the host as the operator's user data.
@@ -31,8 +32,9 @@ struct FrameWeightCache {
     int32_t currentFrame = 0;
     int32_t elementCount = 0;
 
-    // Frames the cache holds: endFrame - startFrame + 1, at least 1.
-    int32_t FrameCount() const;
+    // Frames the cache holds: endFrame - startFrame + 1, at least 1 (more than int32 holds
+    // when the range spans all of it).
+    int64_t FrameCount() const;
     void Clear();
     void Reset();
     bool Built() const { return frameWeights != nullptr; }

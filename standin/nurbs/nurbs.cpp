@@ -952,6 +952,23 @@ SurfacePoint Surface::Closest(const Vec3& p) const {
 
 // ---- Shapes
 
+namespace {
+// The object model indexes control points with 32-bit LONGs; a shape asked for more (a count
+// computed from a user's number may be anything, NaN included) is refused before it is built.
+constexpr double kMaxControlPoints = 2147483647.0;
+
+void RequireControlPoints(double count, const std::string& shape) {
+    if (!(count <= kMaxControlPoints))
+        throw std::invalid_argument(shape + " needs more control points than a curve or surface can hold");
+}
+
+// A count along one direction as it weighs in the total: one row at least, so that an empty
+// direction does not hide the other's size.
+double Rows(double count) { return std::max(count, 1.0); }
+
+std::string Spans(int u, int v) { return std::to_string(u) + " x " + std::to_string(v) + " spans"; }
+}  // namespace
+
 Curve Circle(double radius, int segments) {
     if (segments < 4) throw std::invalid_argument("a circle needs at least 4 segments");
     // Control points on a slightly larger circle so that the cubic passes through radius.
@@ -967,7 +984,9 @@ Curve Circle(double radius, int segments) {
 
 Curve Spiral(double radius, double height, double turns, int pointsPerTurn) {
     const double pi = std::acos(-1.0);
-    int n = std::max(4, static_cast<int>(std::ceil(turns * pointsPerTurn)) + 1);
+    const double count = std::max(4.0, std::ceil(turns * pointsPerTurn) + 1.0);
+    RequireControlPoints(count, "a spiral of " + std::to_string(turns) + " turns");
+    const int n = static_cast<int>(count);
     std::vector<Vec3> pts;
     for (int i = 0; i < n; ++i) {
         double t = static_cast<double>(i) / (n - 1);
@@ -978,6 +997,7 @@ Curve Spiral(double radius, double height, double turns, int pointsPerTurn) {
 }
 
 Surface GridSurface(double sizeX, double sizeZ, int spansU, int spansV) {
+    RequireControlPoints(Rows(spansU + 3.0) * Rows(spansV + 3.0), "a grid surface of " + Spans(spansU, spansV));
     int cu = spansU + 3, cv = spansV + 3;
     std::vector<Vec3> pts;
     for (int j = 0; j < cv; ++j)
@@ -988,6 +1008,7 @@ Surface GridSurface(double sizeX, double sizeZ, int spansU, int spansV) {
 
 Surface SphereSurface(double radius, int spansU, int spansV) {
     const double pi = std::acos(-1.0);
+    RequireControlPoints(Rows(spansU) * Rows(spansV + 3.0), "a sphere surface of " + Spans(spansU, spansV));
     int cv = spansV + 3;
     std::vector<Vec3> pts;
     for (int j = 0; j < cv; ++j) {

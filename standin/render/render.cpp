@@ -12,6 +12,8 @@
 #include <limits>
 #include <stdexcept>
 
+#include "core/numbers.h"
+
 namespace standin::render {
 
 using mesh::Vec3;
@@ -180,6 +182,8 @@ enum : uint8_t { kNear = 1, kLeft = 2, kRight = 4, kBottom = 8, kTop = 16, kInva
 constexpr double kGuard = 2.0;
 
 uint8_t Outcode(const View& v, const Vec3& c) {
+    // A scene at the edge of the doubles' range may overflow on its way into the camera.
+    if (!Finite(c)) return kInvalid;
     uint8_t code = 0;
     if (c.z < v.nearZ) code |= kNear;
     double gx = kGuard * v.tanX * c.z, gy = kGuard * v.tanY * c.z;
@@ -215,12 +219,19 @@ struct ClipVertex {
     double t = 0.0, m = 0.0;
 };
 
+// A screen coordinate in samples. Within the guard band it is far inside these bounds; they
+// keep the edge functions' products within 64 bits whatever a degenerate view gives.
+int64_t Snap(double samples) {
+    constexpr int64_t kBound = int64_t{1} << 30;
+    return Saturated<int64_t>(std::round(samples), 0, -kBound, kBound);
+}
+
 ScreenVertex Project(const View& v, const ClipVertex& cv) {
     double iz = 1.0 / cv.c.z;
     double sx = v.cx + cv.c.x * iz * v.focal, sy = v.cy - cv.c.y * iz * v.focal;
     ScreenVertex s;
-    s.x = std::llround(sx * kSub);
-    s.y = std::llround(sy * kSub);
+    s.x = Snap(sx * kSub);
+    s.y = Snap(sy * kSub);
     s.iz = static_cast<float>(iz);
     s.vz = static_cast<float>(cv.t * cv.m * iz);
     s.mz = static_cast<float>(cv.m * iz);
@@ -321,13 +332,26 @@ void Frame::Triangle(ScreenVertex a, ScreenVertex b, ScreenVertex c, const Shade
 
 void Frame::Line(const ScreenVertex& a, const ScreenVertex& b, float width, Rgb colour) {
     const double ax = double(a.x) / kSub, ay = double(a.y) / kSub, bx = double(b.x) / kSub, by = double(b.y) / kSub;
-    const double length = std::max(std::abs(bx - ax), std::abs(by - ay));
-    const int steps = std::max(1, static_cast<int>(std::ceil(length * 2.0)));
     const double r = width * 0.5, r2 = r * r;
     const int reach = static_cast<int>(std::ceil(r));
+    // Only the part of the segment that can touch the frame is stepped along: the step count
+    // stays within the frame's size however long the segment is.
+    double t0 = 0.0, t1 = 1.0;
+    auto keep = [&](double from, double delta, double lo, double hi) {
+        if (delta == 0.0) return from >= lo && from <= hi;
+        double enter = (lo - from) / delta, leave = (hi - from) / delta;
+        if (enter > leave) std::swap(enter, leave);
+        t0 = std::max(t0, enter);
+        t1 = std::min(t1, leave);
+        return t0 <= t1;
+    };
+    const double margin = reach + 1.0;
+    if (!keep(ax, bx - ax, -margin, m_w + margin) || !keep(ay, by - ay, -margin, m_h + margin)) return;
+    const double length = std::max(std::abs(bx - ax), std::abs(by - ay)) * (t1 - t0);
+    const int steps = std::max(1, static_cast<int>(std::ceil(length * 2.0)));
     const uint32_t packed = Pack(colour);
     for (int s = 0; s <= steps; ++s) {
-        const double t = double(s) / steps;
+        const double t = t0 + (t1 - t0) * s / steps;
         const double x = ax + (bx - ax) * t, y = ay + (by - ay) * t;
         // 1/depth is linear on screen; pulled a little nearer so that a curve lying on a
         // surface is not lost in it.
@@ -635,7 +659,7 @@ Image Render(const Scene& scene, const RenderOptions& options) {
                 if (!Finite(line[j]) || !Finite(line[j + 1])) continue;
                 ClipVertex a{view.ToCamera(line[j])}, b{view.ToCamera(line[j + 1])};
                 const uint8_t ca = Outcode(view, a.c), cb = Outcode(view, b.c);
-                if (ca & cb) continue;
+                if ((ca & cb) || ((ca | cb) & kInvalid)) continue;
                 if ((ca | cb) && !ClipSegment(view, a, b, static_cast<uint8_t>(ca | cb))) continue;
                 frame.Line(Project(view, a), Project(view, b), lineWidth, kCurve);
             }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "core/numbers.h"
 #include "core/text.h"
 #include "mesh/obj_import.h"
 #include "mesh/primitives.h"
@@ -25,11 +26,24 @@ void RemoveFrom(std::vector<Ptr<ProjectItemNode>>& v, Object* o) {
 
 double Option(const std::map<std::wstring, double>& options, const wchar_t* key, double fallback) {
     auto it = options.find(key);
-    return it == options.end() ? fallback : it->second;
+    if (it == options.end()) return fallback;
+    if (!std::isfinite(it->second))
+        throw std::invalid_argument("CreatePrim: " + XSI::Host::ToUtf8(key) + " must be a finite number");
+    return it->second;
 }
 
+// Subdivisions are counts: anything else is refused rather than rounded or cut to fit.
 int IntOption(const std::map<std::wstring, double>& options, const wchar_t* key, int fallback) {
-    return static_cast<int>(Option(options, key, fallback));
+    constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
+    auto it = options.find(key);
+    if (std::optional<int32_t> n = WholeNumber(it == options.end() ? fallback : it->second, 1, kMost)) return *n;
+    throw std::invalid_argument("CreatePrim: " + XSI::Host::ToUtf8(key) + " must be a whole number from 1 to " + std::to_string(kMost));
+}
+
+// Animation keys and the current time are frames on a time line: NaN and infinities are none.
+double RequireFrame(double frame) {
+    if (!std::isfinite(frame)) throw std::invalid_argument("a frame must be a finite number, not " + XSI::Host::ToUtf8(XSI::Host::ShortestText(frame)));
+    return frame;
 }
 
 std::wstring UniqueChildName(const X3DNode& parent, const std::wstring& base) { return parent.childNames.Unique(parent.children, base); }
@@ -285,7 +299,7 @@ void Host::AddToSelection(const CRef& item) {
 void Host::ClearSelection() { m_impl->selected.clear(); }
 
 void Host::SetFrame(double frame) {
-    m_frame = frame;
+    m_frame = RequireFrame(frame);
     if (ParameterNode* p = m_impl->playControl->FindParam(L"Current")) p->value = CValue(frame);
     std::erase_if(m_impl->deforming, [](const Ptr<PolyMeshNode>& m) { return !m->alive; });
     for (const auto& m : m_impl->deforming) m->ApplyKeyedPositions(frame);
@@ -304,7 +318,7 @@ void Host::SetPointPositions(const CRef& object, std::vector<mesh::Vec3> positio
         XSI::Host::Touch(m->parent);
         return;
     }
-    m->keyedPositions[*frame] = std::move(positions);
+    m->keyedPositions[RequireFrame(*frame)] = std::move(positions);
     if (std::find(m_impl->deforming.begin(), m_impl->deforming.end(), Ptr<PolyMeshNode>(m)) == m_impl->deforming.end())
         m_impl->deforming.emplace_back(m);
     m->ApplyKeyedPositions(m_frame);
@@ -313,7 +327,7 @@ void Host::SetPointPositions(const CRef& object, std::vector<mesh::Vec3> positio
 void Host::SetTransform(const CRef& object, const MATH::CTransformation& local, std::optional<double> frame) {
     auto* x = XSI::Host::As<X3DNode>(object);
     if (!x || x->IsRoot()) throw std::invalid_argument(XSI::Host::ToUtf8(std::wstring(object.GetAsText().GetWideString())) + " is not a 3D object");
-    if (frame) x->localKeys[*frame] = local;
+    if (frame) x->localKeys[RequireFrame(*frame)] = local;
     else {
         x->local = local;
         x->localKeys.clear();
@@ -369,6 +383,7 @@ CStatus Host::SetValue(const std::wstring& path, const CValue& value) {
     auto* p = XSI::Host::As<ParameterNode>(r);
     if (!p) return CStatus::InvalidArgument;
     if (p == m_impl->playControl->FindParam(L"Current")) {
+        if (!std::isfinite(static_cast<double>(value))) return CStatus::InvalidArgument;
         SetFrame(static_cast<double>(value));
         return CStatus::OK;
     }

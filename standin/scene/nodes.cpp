@@ -30,6 +30,9 @@ bool ParameterNode::Assign(const CValue& v) {
         converted = CValue(v.GetAsText());
     } else if (type != CValue::siEmpty) {
         if (v.IsEmpty()) return false;
+        // A range cannot hold NaN: it compares with neither end, and as a weight or a count it
+        // would poison everything computed from it. The host refuses it and keeps the value.
+        if (type != CValue::siBool && (!min.IsEmpty() || !max.IsEmpty()) && std::isnan(static_cast<double>(v))) return false;
         converted.ChangeType(type);
         if (converted.m_t != type) return false;
         if (type != CValue::siBool) {

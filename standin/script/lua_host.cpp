@@ -21,6 +21,7 @@ extern "C" {
 #include <lualib.h>
 }
 
+#include "core/numbers.h"
 #include "core/text.h"
 #include "nurbs/nurbs.h"
 #include "render/render.h"
@@ -81,6 +82,21 @@ std::string ArgString(lua_State* L, int i, const char* what) {
 double ArgNumber(lua_State* L, int i, const char* what) {
     if (lua_type(L, i) != LUA_TNUMBER) throw ScriptError(std::string("expected ") + what + " (a number) as argument " + std::to_string(i));
     return lua_tonumber(L, i);
+}
+
+// Script numbers that become counts, indices or frames: a cast of NaN, an infinity or a value
+// beyond what the host holds is undefined, so such a number stops here with the function and
+// the argument named.
+constexpr int32_t kMostInt = std::numeric_limits<int32_t>::max();
+
+int32_t Whole(double v, const char* function, const char* what, int32_t lo, int32_t hi) {
+    if (std::optional<int32_t> n = WholeNumber(v, lo, hi)) return *n;
+    throw ScriptError(std::string(function) + ": " + what + " must be a whole number from " + std::to_string(lo) + " to " + std::to_string(hi));
+}
+
+double Finite(double v, const char* function, const char* what) {
+    if (!std::isfinite(v)) throw ScriptError(std::string(function) + ": " + what + " must be a finite number");
+    return v;
 }
 
 std::string OptString(lua_State* L, int i) { return lua_isnoneornil(L, i) ? std::string() : ArgString(L, i, "a name"); }
@@ -248,7 +264,7 @@ double OptNumber(lua_State* L, int i, double fallback) { return lua_isnoneornil(
 int CreateCurve(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string name = ArgString(L, 1, "a name");
-        nurbs::Curve c(PointList(L, 2), static_cast<int>(OptNumber(L, 3, 3)), lua_toboolean(L, 4) != 0);
+        nurbs::Curve c(PointList(L, 2), Whole(OptNumber(L, 3, 3), "CreateCurve", "degree", 1, 3), lua_toboolean(L, 4) != 0);
         PushPath(L, g_host->CreateCurveList(Wide(name), {c}, OptParent(L, 5)));
         return 1;
     });
@@ -257,7 +273,9 @@ int CreateCurve(lua_State* L) {
 int CreateCircle(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string name = ArgString(L, 1, "a name");
-        PushPath(L, g_host->CreateCurveList(Wide(name), {nurbs::Circle(OptNumber(L, 2, 1.0), static_cast<int>(OptNumber(L, 3, 8)))}));
+        nurbs::Curve c = nurbs::Circle(Finite(OptNumber(L, 2, 1.0), "CreateCircle", "radius"),
+                                       Whole(OptNumber(L, 3, 8), "CreateCircle", "segments", 4, kMostInt));
+        PushPath(L, g_host->CreateCurveList(Wide(name), {c}));
         return 1;
     });
 }
@@ -265,7 +283,9 @@ int CreateCircle(lua_State* L) {
 int CreateSpiral(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string name = ArgString(L, 1, "a name");
-        PushPath(L, g_host->CreateCurveList(Wide(name), {nurbs::Spiral(OptNumber(L, 2, 1.0), OptNumber(L, 3, 2.0), OptNumber(L, 4, 2.0))}));
+        nurbs::Curve c = nurbs::Spiral(Finite(OptNumber(L, 2, 1.0), "CreateSpiral", "radius"), Finite(OptNumber(L, 3, 2.0), "CreateSpiral", "height"),
+                                       Finite(OptNumber(L, 4, 2.0), "CreateSpiral", "turns"));
+        PushPath(L, g_host->CreateCurveList(Wide(name), {c}));
         return 1;
     });
 }
@@ -283,9 +303,11 @@ int CreateSurface(lua_State* L) {
             }
             return v;
         };
+        auto size = [&](const char* key, double fallback) { return Finite(opt(key, fallback), "CreateSurface", key); };
+        auto spans = [&](const char* key, double fallback) { return Whole(opt(key, fallback), "CreateSurface", key, 1, kMostInt); };
         std::vector<nurbs::Surface> s;
-        if (kind == "Grid") s.push_back(nurbs::GridSurface(opt("sizex", 8), opt("sizez", 8), static_cast<int>(opt("spansu", 4)), static_cast<int>(opt("spansv", 4))));
-        else if (kind == "Sphere") s.push_back(nurbs::SphereSurface(opt("radius", 4), static_cast<int>(opt("spansu", 8)), static_cast<int>(opt("spansv", 6))));
+        if (kind == "Grid") s.push_back(nurbs::GridSurface(size("sizex", 8), size("sizez", 8), spans("spansu", 4), spans("spansv", 4)));
+        else if (kind == "Sphere") s.push_back(nurbs::SphereSurface(size("radius", 4), spans("spansu", 8), spans("spansv", 6)));
         else throw ScriptError("unknown surface '" + kind + "' (Grid or Sphere)");
         PushPath(L, g_host->CreateSurfaceMesh(Wide(name), std::move(s), OptParent(L, 4)));
         return 1;
@@ -447,13 +469,16 @@ int GetValue(lua_State* L) {
     });
 }
 
+// NaN reads "nan" or "-nan" by the sign bit 0/0 happens to leave; in a message it is just NaN.
+bool IsNaN(const CValue& v) { return v.m_t == CValue::siDouble && std::isnan(static_cast<double>(v)); }
+
 int SetValue(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string path = ArgString(L, 1, "a parameter path");
         CValue v = ToValue(L, 2);
         if (!g_host->Find(Wide(path)).IsValid()) throw ScriptError("object not found: '" + path + "'");
         if (!g_host->SetValue(Wide(path), v).Succeeded())
-            throw ScriptError("cannot set '" + path + "' to " + U8(v.GetAsText().GetWideString()));
+            throw ScriptError("cannot set '" + path + "' to " + (IsNaN(v) ? std::string("NaN") : U8(v.GetAsText().GetWideString())));
         return 0;
     });
 }
@@ -497,10 +522,10 @@ int QueuePick(lua_State* L) {
             a.path = lua_isnil(L, -1) ? L"" : Wide(ArgString(L, lua_gettop(L), "a path"));
             lua_pop(L, 1);
             lua_getfield(L, 1, "button");
-            a.button = lua_isnil(L, -1) ? (a.path.empty() ? 0 : 1) : static_cast<LONG>(lua_tonumber(L, -1));
+            a.button = lua_isnil(L, -1) ? (a.path.empty() ? 0 : 1) : Whole(ArgNumber(L, lua_gettop(L), "a button"), "QueuePick", "button", 0, 2);
             lua_pop(L, 1);
             lua_getfield(L, 1, "modifier");
-            a.modifier = lua_isnil(L, -1) ? 0 : static_cast<LONG>(lua_tonumber(L, -1));
+            a.modifier = lua_isnil(L, -1) ? 0 : Whole(ArgNumber(L, lua_gettop(L), "a modifier"), "QueuePick", "modifier", 0, 3);
             lua_pop(L, 1);
         } else {
             a.path = Wide(ArgString(L, 1, "a path"));
@@ -535,7 +560,7 @@ int QueuePageAnswer(lua_State* L) {
 
 int SetFrame(lua_State* L) {
     return Safe(L, [](lua_State* L) {
-        g_host->SetFrame(ArgNumber(L, 1, "a frame"));
+        g_host->SetFrame(Finite(ArgNumber(L, 1, "a frame"), "SetFrame", "the frame"));
         return 0;
     });
 }
@@ -897,7 +922,8 @@ int RenderPreview(lua_State* L) {
 int LogMessage(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         std::string text = ArgString(L, 1, "a message");
-        int severity = lua_isnoneornil(L, 2) ? XSI::siInfoMsg : static_cast<int>(ArgNumber(L, 2, "a severity"));
+        int severity = lua_isnoneornil(L, 2) ? XSI::siInfoMsg
+                                             : Whole(ArgNumber(L, 2, "a severity"), "LogMessage", "severity", std::numeric_limits<int32_t>::min(), kMostInt);
         g_host->GetLog().Add(Wide(text), severity);
         return 0;
     });
@@ -905,7 +931,7 @@ int LogMessage(lua_State* L) {
 
 int LogMessages(lua_State* L) {
     return Safe(L, [](lua_State* L) {
-        size_t from = lua_isnoneornil(L, 1) ? 0 : static_cast<size_t>(std::max(0.0, ArgNumber(L, 1, "an index") - 1));
+        size_t from = lua_isnoneornil(L, 1) ? 0 : static_cast<size_t>(Whole(ArgNumber(L, 1, "an index"), "LogMessages", "the first index", 1, kMostInt) - 1);
         const auto& entries = g_host->GetLog().entries();
         lua_createtable(L, 0, 0);
         int k = 1;
@@ -928,7 +954,7 @@ int LogCount(lua_State* L) {
 
 int CancelProgressAfter(lua_State* L) {
     return Safe(L, [](lua_State* L) {
-        g_host->Progress().CancelAfter(static_cast<int>(ArgNumber(L, 1, "a count")));
+        g_host->Progress().CancelAfter(Whole(ArgNumber(L, 1, "a count"), "CancelProgressAfter", "the count", -1, kMostInt));
         return 0;
     });
 }

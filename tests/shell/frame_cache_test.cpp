@@ -1,7 +1,11 @@
 // The shared execution model: modes, the frame cache and its rebuild triggers, Keep Maximum.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 #include "shell/frame_cache.h"
+#include "shell/numbers.h"
 
 using namespace orbelin;
 
@@ -48,6 +52,66 @@ TEST(FrameCache, RoundsHalfAwayFromZero) {
     EXPECT_EQ(RoundFrame(2.49), 2);
     EXPECT_EQ(RoundFrame(-0.4), 0);
     EXPECT_EQ(RoundFrame(7.0), 7);
+}
+
+constexpr int32_t kFirst = std::numeric_limits<int32_t>::min(), kLast = std::numeric_limits<int32_t>::max();
+
+TEST(FrameCache, RoundingIsDefinedForEveryDouble) {
+    EXPECT_EQ(RoundFrame(std::nan("")), 0);
+    EXPECT_EQ(RoundFrame(HUGE_VAL), kLast);
+    EXPECT_EQ(RoundFrame(-HUGE_VAL), kFirst);
+    EXPECT_EQ(RoundFrame(1e300), kLast);
+    EXPECT_EQ(RoundFrame(-1e300), kFirst);
+    EXPECT_EQ(RoundFrame(2147483646.5), kLast);
+    EXPECT_EQ(RoundFrame(2147483647.5), kLast);
+    EXPECT_EQ(RoundFrame(-2147483647.5), kFirst);
+    EXPECT_EQ(RoundFrame(-2147483648.5), kFirst);
+    EXPECT_EQ(RoundFrame(2147483645.5), 2147483646);
+}
+
+TEST(FrameCache, CountersWrapInsteadOfStopping) {
+    EXPECT_EQ(NextCounter(0), 1);
+    EXPECT_EQ(NextCounter(-1), 0);
+    EXPECT_EQ(NextCounter(kLast), kFirst);
+}
+
+// Frame differences once overflowed int32 at the ends of its range.
+TEST(FrameCache, RangesAtTheEndsOfInt32) {
+    FrameWeightCache whole;
+    whole.startFrame = kFirst;
+    whole.endFrame = kLast;
+    EXPECT_EQ(whole.FrameCount(), int64_t{1} << 32);
+    whole.startFrame = kLast;
+    whole.endFrame = kFirst;
+    EXPECT_EQ(whole.FrameCount(), 1);
+
+    // Keep Maximum at the first frame there is: no frame before it to read.
+    Operator low;
+    ExecutionParams p = Caching(kFirst, kFirst + 2);
+    p.processingMode = 1;
+    EXPECT_EQ(low.Update(p, -1e300, Values({0.4, 0.2}))[0], 0.4);
+    EXPECT_TRUE(low.record.IsCached(kFirst));
+    EXPECT_EQ(low.Update(p, kFirst + 1.0, Values({0.1, 0.3}))[0], 0.4);  // forward from it: the maximum
+    EXPECT_EQ(low.map[1], 0.3);
+    EXPECT_FALSE(low.record.IsCached(kLast));
+
+    Operator high;
+    p = Caching(kLast - 1, kLast);
+    p.processingMode = 1;
+    high.Update(p, kLast - 1.0, Values({0.5, 0.5}));
+    EXPECT_EQ(high.Update(p, HUGE_VAL, Values({0.2, 0.6}))[0], 0.5);
+    EXPECT_EQ(high.record.currentFrame, kLast);
+    EXPECT_TRUE(high.record.IsCached(kLast));
+    EXPECT_EQ(high.Update(p, 1e300, Values({0.0, 0.0}))[1], 0.6);  // cached
+    EXPECT_EQ(high.evaluations, 2);
+    EXPECT_FALSE(high.record.IsCached(kFirst));
+    EXPECT_EQ(high.record.Get(kFirst).GetCount(), 2);  // zeros, far outside the range
+
+    // A NaN frame is frame 0, cached like any other.
+    Operator nan;
+    p = Caching(-1, 1);
+    nan.Update(p, std::nan(""), Values({0.7, 0.7}));
+    EXPECT_TRUE(nan.record.IsCached(0));
 }
 
 TEST(FrameCache, RangeWithEndBeforeStartHoldsOneFrame) {

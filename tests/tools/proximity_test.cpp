@@ -251,6 +251,44 @@ TEST_F(ProximityTest, KeepMaximumLeavesAWetTrail) {
     EXPECT_NE(host.DescribePage(host.Find(kProp)).find(L"Clean Cache"), std::wstring::npos);
 }
 
+// Frames beyond int32 come to its ends; at the first one Keep Maximum once read the frame
+// before it, which overflowed.
+TEST_F(ProximityTest, HugeFramesAreCachedAtTheEndsOfTheTimeLine) {
+    NullAt(L"ball", 0.0);
+    Connect(L"ball");
+    Set(L"Far", CValue(1.0));
+    Set(L"OpMode", CValue(LONG(2)));
+    Set(L"ProcessingMode", CValue(LONG(1)));
+    Set(L"StartFrame", CValue(LONG(-10000)));
+    for (double frame : {-1e300, 1e300, 5.0}) {
+        host.SetFrame(frame);
+        std::vector<double> w = Weights();
+        EXPECT_NEAR(w[0], 1.0, 1e-12) << frame;
+        EXPECT_NEAR(w[10], 0.0, 1e-12) << frame;
+    }
+}
+
+// Every press of Clean Cache rebuilds the cache, also with the counter at its largest.
+TEST_F(ProximityTest, CleanCacheRebuildsWithTheCounterAtItsLargest) {
+    CRef ball = NullAt(L"ball", 0.0);
+    Connect(L"ball");
+    Set(L"Far", CValue(1.0));
+    Set(L"OpMode", CValue(LONG(2)));
+    Set(L"CleanCacheIdx", CValue(LONG(2147483647)));
+    host.SetFrame(1);
+    EXPECT_NEAR(Weights()[0], 1.0, 1e-12);
+    MATH::CTransformation t;
+    t.SetIdentity();
+    t.SetTranslationFromValues(10, 0, 0);
+    host.SetTransform(ball, t);
+    EXPECT_NEAR(Weights()[0], 1.0, 1e-12);  // the cached frame
+    ASSERT_EQ(host.PressButton(host.Find(kProp), L"CleanCache"), CStatus::OK);
+    EXPECT_EQ(static_cast<LONG>(Get(L"CleanCacheIdx")), -2147483647 - 1);
+    std::vector<double> w = Weights();
+    EXPECT_NEAR(w[0], 0.0, 1e-12);
+    EXPECT_NEAR(w[10], 1.0, 1e-12);
+}
+
 TEST_F(ProximityTest, ThePageAddsAndRemovesConnexions) {
     NullAt(L"a", 0.0);
     NullAt(L"b", 10.0);

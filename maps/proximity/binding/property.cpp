@@ -2,6 +2,7 @@
 #include "maps/proximity/binding/proximity_tool.h"
 #include "shell/guard.h"
 #include "shell/log.h"
+#include "shell/numbers.h"
 #include "xsi_application.h"
 #include "xsi_context.h"
 #include "xsi_fcurve.h"
@@ -173,8 +174,9 @@ SICALLBACK Orbelin_zrProximityMapProp_PPGEvent(const CRef& in_ctxt) {
                     Application().ExecuteCommand(L"Orbelin_zrProximityMapAddConnexionCmd", args, ignored);
                     ctxt.PutAttribute(L"Refresh", CValue(true));
                 } else if (button == CString(L"CleanCache")) {
+                    // Any new value rebuilds the cache, so the counter wraps rather than stops.
                     LONG idx = property.GetParameterValue(L"CleanCacheIdx");
-                    property.PutParameterValue(L"CleanCacheIdx", CValue(idx + 1));
+                    property.PutParameterValue(L"CleanCacheIdx", CValue(LONG(NextCounter(idx))));
                 } else if (button == CString(L"RemoveAll")) {
                     Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
                     ctxt.PutAttribute(L"Refresh", CValue(true));
