@@ -19,6 +19,7 @@ extern "C" {
 }
 
 #include "core/text.h"
+#include "io/file_out.h"
 #include "nurbs/nurbs.h"
 #include "render/render.h"
 #include "scene/host.h"
@@ -595,18 +596,15 @@ int WriteWeightsCSV(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         XSI::ClusterProperty wm = WeightMap(ArgString(L, 1, "a weight map path"));
         std::filesystem::path file = ProjectFile(ArgString(L, 2, "a file name"));
-        if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
-        std::ofstream out(file);
-        if (!out) throw ScriptError("cannot write '" + file.string() + "'");
         XSI::CDoubleArray w = wm.GetElements().GetArray();
         XSI::CLongArray e = Elements(wm);
-        out << "element,point,weight\n";
+        std::string text = "element,point,weight\n";
         char line[96];
         for (LONG i = 0; i < w.GetCount(); ++i) {
             std::snprintf(line, sizeof line, "%d,%d,%.17g\n", i, i < e.GetCount() ? e[i] : -1, w[i]);
-            out << line;
+            text += line;
         }
-        if (!out) throw ScriptError("cannot write '" + file.string() + "'");
+        io::WriteFileWhole(file, text);
         return 0;
     });
 }
