@@ -3,7 +3,10 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <future>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -142,6 +145,49 @@ TEST_F(ObjImport, ReportsFacesTooLargeForTheReader) {
     EXPECT_EQ(m.PolygonVertices(0).size(), 255u);
     EXPECT_CONTAINS(Error(Write("ngon300.obj", ngon(300))), "more than 255 corners");
     EXPECT_CONTAINS(Error(Write("ngon256.obj", ngon(256))), "more than 255 corners");
+}
+
+TEST_F(ObjImport, ReportsFacesItCannotReadAsWritten) {
+    const std::string header = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    // Beyond an int: it used to wrap to some other vertex and import as a triangle.
+    std::string path = Write("huge.obj", header + "f 1 2 3\nf 1 2 9223372036854775808\n");
+    std::string m = Error(path);
+    EXPECT_CONTAINS(m, path);
+    EXPECT_CONTAINS(m, "line 5: face 2 refers to vertex 9223372036854775808, a number too large");
+    EXPECT_CONTAINS(Error(Write("huge_relative.obj", header + "f 1 2 -4294967297\n")), "a number too large");
+    EXPECT_CONTAINS(Error(Write("huge_normal.obj", header + "vn 0 0 1\nf 1 2 3//99999999999\n")), "a number too large");
+    // A face without corners used to vanish, numbering every later polygon one lower.
+    m = Error(Write("empty.obj", header + "f 1 2 3\nf\nf 3 2 1\n"));
+    EXPECT_CONTAINS(m, "line 5: face 2 has no corners");
+    EXPECT_CONTAINS(Error(Write("blank.obj", header + "f  \t\r\nf 1 2 3\n")), "line 4: face 1 has no corners");
+    EXPECT_CONTAINS(Error(Write("two.obj", header + "f 1 2\n")), "line 4: face 1 has fewer than 3 corners");
+    for (const char* corner : {"x", "1/2/3/4", "-", "1.5", "#"})
+        EXPECT_CONTAINS(Error(Write("word.obj", header + "f 1 2 " + corner + "\n")),
+                        std::string("line 4: face 1 has a corner '") + corner + "' that is not a vertex number");
+    // Names that merely start with f are not faces.
+    PolyMesh ok = ImportObj(Write("fo.obj", header + "fo 1 2\nf 1 2 3\n"));
+    EXPECT_EQ(ok.PolygonCount(), 1);
+}
+
+TEST_F(ObjImport, SkipsAByteOrderMark) {
+    PolyMesh m = ImportObj(Write("bom.obj", "\xEF\xBB\xBFv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"));
+    EXPECT_EQ(m.VertexCount(), 3);
+    EXPECT_EQ(ToIds(m.PolygonVertices(0)), (Ids{0, 1, 2}));
+}
+
+TEST_F(ObjImport, NeverReadsMaterialLibraries) {
+    // A library naming an endless device: the import used to read it forever.
+    auto imported = std::async(std::launch::async, [&] {
+        return ImportObj(Write("zero.obj",
+                               "mtllib ../../../../../../../dev/zero /dev/zero\nusemtl x\n"
+                               "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"))
+            .PolygonCount();
+    });
+    if (imported.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+        std::fprintf(stderr, "the import of an OBJ naming /dev/zero as its materials did not end\n");
+        std::_Exit(1);  // the reading thread cannot be stopped
+    }
+    EXPECT_EQ(imported.get(), 1);
 }
 
 }  // namespace
