@@ -1,4 +1,5 @@
 #include "script/lua_host.h"
+#include "script/lua_values.h"
 
 #include <algorithm>
 #include <cctype>
@@ -997,6 +998,9 @@ int Run(Host& host, std::ostream& err, const ScriptGlobals& globals, const std::
 }
 
 }  // namespace
+
+XSI::CValue LuaToValue(lua_State* L, int index) { return ToValue(L, index); }
+void LuaPushValue(lua_State* L, const XSI::CValue& value) { PushValue(L, value); }
 
 int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err, const ScriptGlobals& globals) {
     std::ifstream in(script, std::ios::binary);
