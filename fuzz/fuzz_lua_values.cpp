@@ -8,17 +8,12 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#ifdef ORBELIN_LUA_CXX
-#include <lauxlib.h>
-#include <lua.h>
-#include <lualib.h>
-#else
+// Both of Debian's Lua libraries, built as C or as C++, export the API with C names.
 extern "C" {
 #include <lauxlib.h>
 #include <lua.h>
 #include <lualib.h>
 }
-#endif
 
 #include "script/lua_values.h"
 
