@@ -2,7 +2,12 @@
 
 #include <tiny_obj_loader.h>
 
+#include <algorithm>
+#include <charconv>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
 #include <stdexcept>
 
 namespace standin::mesh {
@@ -14,6 +19,57 @@ std::string TrimLineEnds(std::string s) {
     return s;
 }
 
+// tinyobjloader reads a vertex number too large for an int as some other number, and skips an
+// "f" line without corners: either would shift or change the polygons silently. Each corner
+// must be v, v/vt, v//vn or v/vt/vn, numbers that are not 0 and fit an int, and each face have
+// at least 3 corners; faces and lines are numbered from 1 as in the file.
+template <class Fail>
+void CheckFaces(std::string_view text, const Fail& fail) {
+    auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; };
+    size_t lineNo = 0, face = 0;
+    while (!text.empty()) {
+        const size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        ++lineNo;
+        while (!line.empty() && blank(line.front())) line.remove_prefix(1);
+        if (line.size() < 1 || line[0] != 'f' || (line.size() > 1 && !blank(line[1]))) continue;
+        ++face;
+        const std::string where = "line " + std::to_string(lineNo) + ": face " + std::to_string(face);
+        line.remove_prefix(1);
+        int corners = 0;
+        while (true) {
+            while (!line.empty() && blank(line.front())) line.remove_prefix(1);
+            if (line.empty()) break;
+            size_t n = 0;
+            while (n < line.size() && !blank(line[n])) ++n;
+            const std::string_view corner = line.substr(0, n);
+            line.remove_prefix(n);
+            ++corners;
+            // The vertex number, then optional texture and normal numbers.
+            std::string_view rest = corner;
+            for (int part = 0; part < 3 && (part == 0 || !rest.empty()); ++part) {
+                const size_t slash = std::min(rest.find('/'), rest.size());
+                const std::string_view number = rest.substr(0, slash);
+                rest.remove_prefix(std::min(slash + 1, rest.size()));
+                if (number.empty() && part > 0) continue;  // v//vn, or v/ with nothing after
+                long long value = 0;
+                const char* first = number.data() + (number.starts_with('-') ? 1 : 0);
+                const auto [ptr, error] = std::from_chars(first, number.data() + number.size(), value);
+                if (first == number.data() + number.size() || ptr != number.data() + number.size() ||
+                    (error != std::errc() && error != std::errc::result_out_of_range))
+                    throw fail(where + " has a corner '" + std::string(corner) + "' that is not a vertex number");
+                if (error == std::errc::result_out_of_range || value > std::numeric_limits<int>::max())
+                    throw fail(where + " refers to vertex " + std::string(number) + ", a number too large");
+                if (value == 0) throw fail(where + " refers to vertex 0; vertices are numbered from 1");
+            }
+            if (!rest.empty()) throw fail(where + " has a corner '" + std::string(corner) + "' that is not a vertex number");
+        }
+        if (corners == 0) throw fail(where + " has no corners");
+        if (corners < 3) throw fail(where + " has fewer than 3 corners");
+    }
+}
+
 }  // namespace
 
 PolyMesh ImportObj(const std::string& path) {
@@ -22,12 +78,26 @@ PolyMesh ImportObj(const std::string& path) {
     const auto status = std::filesystem::status(path, ec);
     if (!std::filesystem::exists(status)) throw fail("no such file");
     if (!std::filesystem::is_regular_file(status)) throw fail("not a regular file");
+    std::ifstream in(path, std::ios::binary);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad() || !in.is_open()) throw fail("the file could not be read");
+    return ImportObjText(text, path);
+}
+
+PolyMesh ImportObjText(std::string_view text, const std::string& name) {
+    auto fail = [&](const std::string& why) { return std::runtime_error("cannot import OBJ file '" + name + "': " + why); };
+    // Editors on some systems start UTF-8 files with a byte-order mark; it is not part of the
+    // first line.
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+    CheckFaces(text, fail);
 
     tinyobj::ObjReaderConfig config;
     config.triangulate = false;
     config.vertex_color = false;
     tinyobj::ObjReader reader;
-    if (!reader.ParseFromFile(path, config)) {
+    // Materials are never used: the empty material text keeps "mtllib" from opening whatever
+    // file it names (a device would be read forever).
+    if (!reader.ParseFromString(std::string(text), std::string(), config)) {
         std::string why = TrimLineEnds(reader.Error());
         throw fail(why.empty() ? "the file could not be parsed" : why);
     }

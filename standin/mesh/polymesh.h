@@ -44,12 +44,33 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <ranges>
+#include <iterator>
 #include <span>
 #include <utility>
 #include <vector>
 
 namespace standin::mesh {
+
+// Consecutive indices [first, last). (Not std::ranges::iota_view: clang 14, which builds the
+// fuzz targets, cannot compile the one of libstdc++ 12.)
+struct IndexRange {
+    struct iterator {
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = int32_t;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const int32_t*;
+        using reference = int32_t;
+        int32_t i = 0;
+        int32_t operator*() const { return i; }
+        iterator& operator++() { ++i; return *this; }
+        iterator operator++(int) { return {i++}; }
+        bool operator==(const iterator&) const = default;
+    };
+    int32_t first = 0, last = 0;
+    iterator begin() const { return {first}; }
+    iterator end() const { return {last}; }
+    size_t size() const { return static_cast<size_t>(last - first); }
+};
 
 // Helpers are members rather than free functions so that they never meet, through
 // argument-dependent lookup, the free Dot/Length helpers other files keep for Vec3.
@@ -103,7 +124,7 @@ public:
     // Plain accessors: indices are preconditions, not checked (like operator[]).
     std::span<const int32_t> PolygonVertices(int32_t p) const { return Range(m_polyOffsets, m_polyVerts, p); }
     std::span<const int32_t> PolygonEdges(int32_t p) const { return Range(m_polyOffsets, m_cornerEdge, p); }
-    std::ranges::iota_view<int32_t, int32_t> PolygonSamples(int32_t p) const {
+    IndexRange PolygonSamples(int32_t p) const {
         return {m_polyOffsets[static_cast<size_t>(p)], m_polyOffsets[static_cast<size_t>(p) + 1]};
     }
     std::pair<int32_t, int32_t> EdgeVertices(int32_t e) const {

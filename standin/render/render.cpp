@@ -1,14 +1,14 @@
 #include "render/render.h"
 
+#include "io/file_out.h"
+
 #include <png.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <stdexcept>
 
@@ -693,25 +693,27 @@ Image Render(const Scene& scene, const RenderOptions& options) {
 void WritePng(const Image& image, const std::string& path) {
     if (image.width < 1 || image.height < 1 || image.rgb.size() != static_cast<size_t>(image.width) * image.height * 3)
         throw std::runtime_error("cannot write " + path + ": the image is empty or its pixels do not match its size");
-    const std::filesystem::path file(path);
-    std::error_code ec;
-    if (file.has_parent_path()) {
-        std::filesystem::create_directories(file.parent_path(), ec);
-        if (ec) throw std::runtime_error("cannot write " + path + ": " + ec.message());
-    }
+    // Encoded in memory and written by io: libpng removes the file it fails to write, which
+    // would lose the picture that was there, or a device named as the target.
     png_image png;
     std::memset(&png, 0, sizeof png);
     png.version = PNG_IMAGE_VERSION;
     png.width = static_cast<png_uint_32>(image.width);
     png.height = static_cast<png_uint_32>(image.height);
     png.format = PNG_FORMAT_RGB;
-    errno = 0;
-    if (!png_image_write_to_file(&png, path.c_str(), 0, image.rgb.data(), 0, nullptr)) {
+    png_alloc_size_t size = 0;
+    std::vector<uint8_t> encoded;
+    bool ok = png_image_write_to_memory(&png, nullptr, &size, 0, image.rgb.data(), 0, nullptr);
+    if (ok) {
+        encoded.resize(size);
+        ok = png_image_write_to_memory(&png, encoded.data(), &size, 0, image.rgb.data(), 0, nullptr);
+    }
+    if (!ok) {
         std::string why = png.message[0] ? png.message : "libpng failed";
-        if (errno != 0) why += std::string(" (") + std::strerror(errno) + ")";
         png_image_free(&png);
         throw std::runtime_error("cannot write " + path + ": " + why);
     }
+    io::WriteFileWhole(path, std::string_view(reinterpret_cast<const char*>(encoded.data()), size));
 }
 
 }  // namespace standin::render

@@ -1,4 +1,5 @@
 #include "script/lua_host.h"
+#include "script/lua_values.h"
 
 #include <signal.h>
 
@@ -23,6 +24,7 @@ extern "C" {
 
 #include "core/numbers.h"
 #include "core/text.h"
+#include "io/file_out.h"
 #include "nurbs/nurbs.h"
 #include "render/render.h"
 #include "scene/host.h"
@@ -622,18 +624,15 @@ int WriteWeightsCSV(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         XSI::ClusterProperty wm = WeightMap(ArgString(L, 1, "a weight map path"));
         std::filesystem::path file = ProjectFile(ArgString(L, 2, "a file name"));
-        if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
-        std::ofstream out(file);
-        if (!out) throw ScriptError("cannot write '" + file.string() + "'");
         XSI::CDoubleArray w = wm.GetElements().GetArray();
         XSI::CLongArray e = Elements(wm);
-        out << "element,point,weight\n";
+        std::string text = "element,point,weight\n";
         char line[96];
         for (LONG i = 0; i < w.GetCount(); ++i) {
             std::snprintf(line, sizeof line, "%d,%d,%.17g\n", i, i < e.GetCount() ? e[i] : -1, w[i]);
-            out << line;
+            text += line;
         }
-        if (!out) throw ScriptError("cannot write '" + file.string() + "'");
+        io::WriteFileWhole(file, text);
         return 0;
     });
 }
@@ -1084,6 +1083,9 @@ int Run(Host& host, std::ostream& err, const ScriptGlobals& globals, const std::
 }
 
 }  // namespace
+
+XSI::CValue LuaToValue(lua_State* L, int index) { return ToValue(L, index); }
+void LuaPushValue(lua_State* L, const XSI::CValue& value) { PushValue(L, value); }
 
 int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err, const ScriptGlobals& globals) {
     std::ifstream in(script, std::ios::binary);

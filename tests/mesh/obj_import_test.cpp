@@ -3,7 +3,10 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <future>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -36,6 +39,9 @@ protected:
         std::ofstream(path, std::ios::binary) << text;
         return path.string();
     }
+    // Three points, for faces to refer to.
+    const std::string header = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+
     // The error's message, or "no error".
     static std::string Error(const std::string& path) {
         try {
@@ -108,18 +114,17 @@ TEST_F(ObjImport, ReportsAFileWithoutGeometry) {
 }
 
 TEST_F(ObjImport, ReportsBrokenFaces) {
-    const std::string header = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
     // A vertex that is not there, counted from 1 as in the file.
     std::string path = Write("range.obj", header + "f 1 2 3\nf 1 2 9\n");
     std::string m = Error(path);
     EXPECT_CONTAINS(m, path);
     EXPECT_CONTAINS(m, "face 2 refers to vertex 9");
     EXPECT_CONTAINS(Error(Write("relative.obj", header + "f -1 -2 -7\n")), "before the first");
-    // Index 0 does not exist in OBJ: a parse error from the reader.
+    // Index 0 does not exist in OBJ.
     path = Write("zero.obj", header + "f 0 1 2\n");
     m = Error(path);
     EXPECT_CONTAINS(m, path);
-    EXPECT_CONTAINS(m, "line 4");
+    EXPECT_CONTAINS(m, "line 4: face 1 refers to vertex 0; vertices are numbered from 1");
     // Faces the mesh cannot hold.
     EXPECT_CONTAINS(Error(Write("two.obj", header + "f 1 2\nf 1 2 3\n")), "fewer than 3 corners");
     m = Error(Write("twice.obj", header + "v 1 1 0\nf 1 2 3\nf 1 2 4 2\n"));
@@ -142,6 +147,54 @@ TEST_F(ObjImport, ReportsFacesTooLargeForTheReader) {
     EXPECT_EQ(m.PolygonVertices(0).size(), 255u);
     EXPECT_CONTAINS(Error(Write("ngon300.obj", ngon(300))), "more than 255 corners");
     EXPECT_CONTAINS(Error(Write("ngon256.obj", ngon(256))), "more than 255 corners");
+}
+
+TEST_F(ObjImport, ReportsFacesItCannotReadAsWritten) {
+    const std::pair<std::string, std::string> cases[] = {
+        // Beyond an int: it used to wrap to some other vertex and import as a triangle.
+        {"f 1 2 3\nf 1 2 9223372036854775808\n", "line 5: face 2 refers to vertex 9223372036854775808, a number too large"},
+        {"f 1 2 -4294967297\n", "line 4: face 1 refers to vertex -4294967297, a number too large"},
+        {"vn 0 0 1\nf 1 2 3//99999999999\n", "line 5: face 1 refers to vertex 99999999999, a number too large"},
+        // A face without corners used to vanish, numbering every later polygon one lower.
+        {"f 1 2 3\nf\nf 3 2 1\n", "line 5: face 2 has no corners"},
+        {"f  \t\r\nf 1 2 3\n", "line 4: face 1 has no corners"},
+        {"f 1 2\n", "line 4: face 1 has fewer than 3 corners"},
+        {"f 1 2 x\n", "line 4: face 1 has a corner 'x' that is not a vertex number"},
+        {"f 1 2 1/2/3/4\n", "corner '1/2/3/4' that is not"},
+        {"f 1 2 -\n", "corner '-' that is not"},
+        {"f 1 2 1.5\n", "corner '1.5' that is not"},
+        {"f 1 2 3 # the end\n", "corner '#' that is not"},
+    };
+    for (const auto& [faces, expected] : cases) {
+        const std::string path = Write("faces.obj", header + faces);
+        const std::string m = Error(path);
+        EXPECT_CONTAINS(m, path);
+        EXPECT_CONTAINS(m, expected);
+    }
+    // Names that merely start with f are not faces.
+    PolyMesh ok = ImportObj(Write("fo.obj", header + "fo 1 2\nf 1 2 3\n"));
+    EXPECT_EQ(ok.PolygonCount(), 1);
+}
+
+TEST_F(ObjImport, SkipsAByteOrderMark) {
+    PolyMesh m = ImportObj(Write("bom.obj", "\xEF\xBB\xBFv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"));
+    EXPECT_EQ(m.VertexCount(), 3);
+    EXPECT_EQ(ToIds(m.PolygonVertices(0)), (Ids{0, 1, 2}));
+}
+
+TEST_F(ObjImport, NeverReadsMaterialLibraries) {
+    // A library naming an endless device: the import used to read it forever.
+    auto imported = std::async(std::launch::async, [&] {
+        return ImportObj(Write("zero.obj",
+                               "mtllib ../../../../../../../dev/zero /dev/zero\nusemtl x\n"
+                               "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"))
+            .PolygonCount();
+    });
+    if (imported.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+        std::fprintf(stderr, "the import of an OBJ naming /dev/zero as its materials did not end\n");
+        std::_Exit(1);  // the reading thread cannot be stopped
+    }
+    EXPECT_EQ(imported.get(), 1);
 }
 
 }  // namespace

@@ -192,6 +192,12 @@ TEST_F(ScriptTest, WeightMapsReadAndWrite) {
         << err.str();
     EXPECT_EQ(Run("GetWeights('g')\n"), 1);
     EXPECT_NE(err.str().find("'g' is not a weight map"), std::string::npos) << err.str();
+    // A full device: the script fails at the call instead of losing the weights.
+    if (fs::is_character_file("/dev/full")) {
+        err.str("");
+        EXPECT_EQ(Run("\nWriteWeightsCSV('g.polymsh.cls.WeightMapCls.W', '/dev/full')\n"), 1);
+        EXPECT_NE(err.str().find("scene.lua:2: cannot write /dev/full: No space left on device"), std::string::npos) << err.str();
+    }
 }
 
 TEST_F(ScriptTest, AnimatedTransformsAndPointsMoveBetweenKeys) {

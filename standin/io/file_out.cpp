@@ -1,0 +1,91 @@
+#include "io/file_out.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+namespace standin::io {
+
+namespace {
+
+// 0, or the errno of the first write that failed.
+int WriteAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return errno;
+        }
+        if (n == 0) return EIO;
+        bytes.remove_prefix(static_cast<size_t>(n));
+    }
+    return 0;
+}
+
+// Writes and closes `fd`: 0, or the first errno. A close can report a delayed write error
+// (a full disk on a network file system), so it counts as much as a write.
+int WriteAndClose(int fd, std::string_view bytes) {
+    int error = WriteAll(fd, bytes);
+    if (::close(fd) != 0 && error == 0) error = errno;
+    return error;
+}
+
+}  // namespace
+
+void WriteFileWhole(const std::filesystem::path& path, std::string_view bytes) {
+    auto fail = [&](const std::string& why) { return std::runtime_error("cannot write " + path.string() + ": " + why); };
+    if (path.empty() || !path.has_filename()) throw fail("no file name");
+    std::error_code ec;
+    if (path.has_parent_path()) {
+        std::filesystem::create_directories(path.parent_path(), ec);
+        if (ec) throw fail(ec.message());
+    }
+
+    struct stat existing {};
+    const bool exists = ::stat(path.c_str(), &existing) == 0;
+    if (exists && S_ISDIR(existing.st_mode)) throw fail("it is a folder");
+    if (exists && !S_ISREG(existing.st_mode)) {
+        // Replacing a device node or a pipe with a file would destroy it: written in place.
+        const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+        if (fd < 0) throw fail(std::strerror(errno));
+        if (int error = WriteAndClose(fd, bytes)) throw fail(std::strerror(error));
+        return;
+    }
+
+    std::filesystem::path target = path;
+    if (exists && std::filesystem::is_symlink(path, ec)) {
+        target = std::filesystem::canonical(path, ec);
+        if (ec) throw fail(ec.message());
+    }
+    // Beside the target, so the rename stays within one file system.
+    static std::atomic<unsigned> counter{0};
+    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
+    std::filesystem::path temporary;
+    int fd = -1;
+    for (int attempt = 0; fd < 0; ++attempt) {
+        // Built in place: GCC 12 warns, wrongly, about "." + std::string(...) at -O2.
+        std::string name(1, '.');
+        name.append(target.filename().string()).append(".tmp").append(std::to_string(::getpid()));
+        name.append("-").append(std::to_string(counter++));
+        temporary = folder / name;
+        fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd < 0 && (errno != EEXIST || attempt >= 100)) throw fail(std::strerror(errno));
+    }
+    // A file replaced keeps its permissions.
+    int error = exists && ::fchmod(fd, existing.st_mode & 07777) != 0 ? errno : 0;
+    const int written = WriteAndClose(fd, bytes);
+    if (error == 0) error = written;
+    if (error == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) error = errno;
+    if (error != 0) {
+        ::unlink(temporary.c_str());
+        throw fail(std::strerror(error));
+    }
+}
+
+}  // namespace standin::io
