@@ -127,11 +127,6 @@ struct CandidateBlock {
     double d2[kSize], t[kSize], r[kSize];
     size_t fill = 0;
 
-    // True when the block is full.
-    bool Add(double squared) {
-        d2[fill++] = squared;
-        return fill == kSize;
-    }
     void Flush(const Setting& s, MeanOfCounted& mean) {
         const size_t n = fill;
         const double nearR = s.nearR, width = s.width, farR = s.farR;
@@ -278,13 +273,45 @@ void Evaluate(std::span<const Point> elements, std::span<const double> base, std
                 const PointIndex& index = *c.points;
                 const bool tail = reach.kind == Reach::ConstantTail;
                 const double tailR = reach.tailR;
+                // A chunk of elements whose box is out of reach of the points' box has no
+                // candidate at all: every element gets what an element without one gets.
+                Point lo{HUGE_VAL, HUGE_VAL, HUGE_VAL}, hi{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+                for (size_t i = begin; i < end; ++i)
+                    for (size_t a = 0; a < 3; ++a) {
+                        lo[a] = std::min(lo[a], elements[i][a]);
+                        hi[a] = std::max(hi[a], elements[i][a]);
+                    }
+                double gap2 = 0.0;
+                for (size_t a = 0; a < 3; ++a) {
+                    const double g = std::max({index.Lo()[a] - hi[a], lo[a] - index.Hi()[a], 0.0});
+                    gap2 += g * g;
+                }
+                const double reach = radius * (1.0 + 1e-9) + 1e-9;
+                if (gap2 > reach * reach) {
+                    MeanOfCounted none;
+                    if (tail) none.Add(static_cast<double>(m) * tailR, m);
+                    const double d = none.counted ? none.Total() / static_cast<double>(none.counted) : s.farR;
+                    std::fill(D.begin() + static_cast<std::ptrdiff_t>(begin), D.begin() + static_cast<std::ptrdiff_t>(end), d);
+                    return;
+                }
                 CandidateBlock block;
+                const double r2 = radius * radius;
                 for (size_t i = begin; i < end; ++i) {
                     MeanOfCounted mean;
                     size_t inside = 0;
-                    index.Within(elements[i], radius, [&](uint32_t, double d2) {
-                        ++inside;
-                        if (block.Add(d2)) block.Flush(s, mean);
+                    const Point p = elements[i];
+                    index.Runs(p, radius, [&](const Point* points, const uint32_t*, uint32_t count) {
+                        // Every candidate is written; only those in reach move the end on.
+                        for (uint32_t k = 0; k < count; ++k) {
+                            const Point& q = points[k];
+                            const double dx = p[0] - q[0], dy = p[1] - q[1], dz = p[2] - q[2];
+                            const double d2 = dx * dx + dy * dy + dz * dz;
+                            block.d2[block.fill] = d2;
+                            const size_t in = d2 <= r2;
+                            block.fill += in;
+                            inside += in;
+                            if (block.fill == CandidateBlock::kSize) block.Flush(s, mean);
+                        }
                     });
                     block.Flush(s, mean);
                     if (tail && inside < m) mean.Add(static_cast<double>(m - inside) * tailR, m - inside);

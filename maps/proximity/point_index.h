@@ -24,6 +24,10 @@ public:
     size_t Size() const { return m_points.size(); }
     const std::vector<Point>& Points() const { return m_points; }  // in their original order
 
+    // The box around the points (meaningless for an empty set).
+    const Point& Lo() const { return m_lo; }
+    const Point& Hi() const { return m_hi; }
+
     // Sizes the cells for queries of this radius. Not to be called while queries run.
     void Prepare(double radius);
 
@@ -31,6 +35,12 @@ public:
     // Any radius gives the exact set; the one prepared for is the fast one.
     template <class Visit>
     void Within(const Point& p, double radius, Visit&& visit) const;
+
+    // Calls run(points, indices, count) for runs of points that together hold every point
+    // within the radius of p, and others near it: the caller tests each one. A point that is
+    // not a number has no run.
+    template <class Run>
+    void Runs(const Point& p, double radius, Run&& run) const;
 
 private:
     std::vector<Point> m_points;
@@ -52,17 +62,25 @@ private:
 
 template <class Visit>
 void PointIndex::Within(const Point& p, double radius, Visit&& visit) const {
+    const double r2 = radius * radius;
+    Runs(p, radius, [&](const Point* points, const uint32_t* indices, uint32_t count) {
+        for (uint32_t i = 0; i < count; ++i) {
+            const Point& q = points[i];
+            double dx = p[0] - q[0], dy = p[1] - q[1], dz = p[2] - q[2];
+            double d2 = dx * dx + dy * dy + dz * dz;
+            if (d2 <= r2) visit(indices ? indices[i] : i, d2);
+        }
+    });
+}
+
+template <class Run>
+void PointIndex::Runs(const Point& p, double radius, Run&& run) const {
     if (m_points.empty() || !(radius >= 0)) return;
     // A coordinate that is not a number is at no distance from anything.
     if (std::isnan(p[0]) || std::isnan(p[1]) || std::isnan(p[2])) return;
     const double r2 = radius * radius;
     if (m_cell == 0.0) {  // no grid: every point
-        for (uint32_t i = 0; i < m_points.size(); ++i) {
-            const Point& q = m_points[i];
-            double dx = p[0] - q[0], dy = p[1] - q[1], dz = p[2] - q[2];
-            double d2 = dx * dx + dy * dy + dz * dz;
-            if (d2 <= r2) visit(i, d2);
-        }
+        run(m_points.data(), static_cast<const uint32_t*>(nullptr), static_cast<uint32_t>(m_points.size()));
         return;
     }
     // Rows are skipped and cut from their cells' bounds; the slack keeps rounding in the
@@ -88,12 +106,7 @@ void PointIndex::Within(const Point& p, double radius, Visit&& visit) const {
             const int64_t x0 = CellOf(p[0] - half, 0), x1 = CellOf(p[0] + half, 0);
             const int64_t row = (z * m_dims[1] + y) * m_dims[0];
             const uint32_t begin = m_start[static_cast<size_t>(row + x0)], end = m_start[static_cast<size_t>(row + x1 + 1)];
-            for (uint32_t i = begin; i < end; ++i) {
-                const Point& q = m_sorted[i];
-                double dx = p[0] - q[0], dy = p[1] - q[1], dz = p[2] - q[2];
-                double d2 = dx * dx + dy * dy + dz * dz;
-                if (d2 <= r2) visit(m_order[i], d2);
-            }
+            if (begin < end) run(m_sorted.data() + begin, m_order.data() + begin, end - begin);
         }
     }
 }

@@ -101,10 +101,12 @@ void CallInitOrTerm(Host& host, OperatorNode& op, const std::wstring& symbol) {
 }
 
 void RunUpdate(Host& host, ClusterPropertyNode& wm, OperatorNode& op, const std::vector<double>& below) {
-    op.output = below;  // an update that writes nothing lets the value below through
+    // An update that writes nothing lets the value below through.
+    op.wrote = false;
     auto fn = reinterpret_cast<UpdateFn>(host.FindCallback(op.preset.update));
     if (!fn) {
         host.HostError(L"Callback not found: " + op.preset.update);
+        op.output = below;
         return;
     }
     // The output port is the one named in the preset's output group.
@@ -131,6 +133,7 @@ void RunUpdate(Host& host, ClusterPropertyNode& wm, OperatorNode& op, const std:
     }
     op.updating = false;
     g_evaluating.pop_back();
+    if (!op.wrote) op.output = below;
 }
 
 CStatus CmdApplyOp(Host& host, CValueArray& args, CValue& ret) {
@@ -392,7 +395,10 @@ const std::vector<double>& EvaluatedValues(ClusterPropertyNode& wm) {
 
 std::vector<double>& WritableValues(ClusterPropertyNode& wm) {
     for (auto it = g_evaluating.rbegin(); it != g_evaluating.rend(); ++it)
-        if (it->wm == &wm) return it->op->output;
+        if (it->wm == &wm) {
+            it->op->wrote = true;
+            return it->op->output;
+        }
     XSI::Host::Touch(&wm);
     return wm.values;
 }

@@ -54,6 +54,7 @@ struct OperatorNode : ProjectItemNode {
     uint64_t lastInputs = 0;
     double lastFrame = 0.0;
     bool updated = false, initialised = false, updating = false;
+    bool wrote = false;  // the update being run wrote its output
 
     siClassID ClassID() const override { return XSI::siCustomOperatorID; }
     std::wstring TypeName() const override { return preset.name; }
