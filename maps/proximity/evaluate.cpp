@@ -57,7 +57,7 @@ double ReachRadius(const Reach& reach, double nearR, double width) {
 // Change Range's running bounds are kept per chunk and merged: maximum and minimum do not
 // depend on the order they are taken in.
 struct Accumulator {
-    std::vector<double>& weights;
+    std::span<double> weights;
     const Options& o;
     double farR;
     double maxSeen = -10000.0, minSeen = 10000.0;
@@ -166,7 +166,7 @@ double MeanOverAll(const Setting& s, const Point& p, const std::vector<Point>& c
 // `parallel` spreads the per-element work over the cores.
 template <class PointSetD>
 void Run(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
-         const Falloff& falloff, Options o, bool parallel, Result& result, std::vector<double>& D,
+         const Falloff& falloff, Options o, bool parallel, std::span<double> weights, RangeUsed& result, std::vector<double>& D,
          PointSetD&& pointSetD) {
     double nearR = o.nearRange, farR = o.farRange;
     result.farAdjusted = false;
@@ -177,12 +177,13 @@ void Run(std::span<const Point> elements, std::span<const double> base, std::spa
     result.farUsed = farR;
     const double sum = FactorSum(connexions);
     if (sum == 0.0) {
-        result.weights.assign(base.begin(), base.end());
-        result.weights.resize(elements.size(), 0.0);
+        const size_t kept = std::min(base.size(), weights.size());
+        std::copy(base.begin(), base.begin() + static_cast<std::ptrdiff_t>(kept), weights.begin());
+        std::fill(weights.begin() + static_cast<std::ptrdiff_t>(kept), weights.end(), 0.0);
         return;
     }
-    result.weights.assign(elements.size(), 0.0);
-    Accumulator acc{result.weights, o, farR};
+    std::fill(weights.begin(), weights.end(), 0.0);
+    Accumulator acc{weights, o, farR};
     const Setting setting{nearR, farR, farR - nearR, falloff};
     D.resize(elements.size());
     auto forElements = [&](auto&& body) {
@@ -223,8 +224,9 @@ double FactorSum(std::span<const Connexion> connexions) {
 Result EvaluateStraight(std::span<const Point> elements, std::span<const double> base,
                         std::span<const Connexion> connexions, const Falloff& falloff, Options options) {
     Result result;
+    result.weights.resize(elements.size());
     std::vector<double> D;
-    Run(elements, base, connexions, falloff, options, false, result, D,
+    Run(elements, base, connexions, falloff, options, false, result.weights, result, D,
         [&](const Connexion& c, const Setting& s, std::vector<double>& out, auto&&) {
             static const std::vector<Point> none;
             const std::vector<Point>& pts = c.points ? c.points->Points() : none;
@@ -243,14 +245,16 @@ double SettledDistance(const Falloff& falloff, Options options) {
 Result Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
                 const Falloff& falloff, Options options) {
     Result result;
+    result.weights.resize(elements.size());
     Workspace workspace;
-    Evaluate(elements, base, connexions, falloff, options, result, workspace);
+    static_cast<RangeUsed&>(result) = Evaluate(elements, base, connexions, falloff, options, result.weights, workspace);
     return result;
 }
 
-void Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
-              const Falloff& falloff, Options options, Result& result, Workspace& workspace) {
-    Run(elements, base, connexions, falloff, options, true, result, workspace.D,
+RangeUsed Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
+                   const Falloff& falloff, Options options, std::span<double> weights, Workspace& workspace) {
+    RangeUsed result;
+    Run(elements, base, connexions, falloff, options, true, weights, result, workspace.D,
         [&](const Connexion& c, const Setting& setting, std::vector<double>& D, auto&& forElements) {
             const size_t m = c.points ? c.points->Size() : 0;
             if (m == 0) {
@@ -319,6 +323,7 @@ void Evaluate(std::span<const Point> elements, std::span<const double> base, std
                 }
             });
         });
+    return result;
 }
 
 }  // namespace orbelin::proximity

@@ -40,10 +40,13 @@ struct Options {
     double lower = 0.0, upper = 1.0;
 };
 
-struct Result {
-    std::vector<double> weights;
+struct RangeUsed {
     bool farAdjusted = false;  // the range was too narrow: far became near + 0.0001
     double farUsed = 0.0;
+};
+
+struct Result : RangeUsed {
+    std::vector<double> weights;
 };
 
 // What an evaluation needs besides its result, kept by the caller from one evaluation to
@@ -61,9 +64,9 @@ Result EvaluateStraight(std::span<const Point> elements, std::span<const double>
                         std::span<const Connexion> connexions, const Falloff& falloff, Options options);
 Result Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
                 const Falloff& falloff, Options options);
-// The same into `out`, reusing its storage and the workspace's.
-void Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
-              const Falloff& falloff, Options options, Result& out, Workspace& workspace);
+// The same into `weights` (one per element), reusing the workspace's storage.
+RangeUsed Evaluate(std::span<const Point> elements, std::span<const double> base, std::span<const Connexion> connexions,
+                   const Falloff& falloff, Options options, std::span<double> weights, Workspace& workspace);
 
 // The distance past which a candidate's r no longer depends on how far it is (it never counts,
 // or the falloff's constant tail gives every such candidate the same r); infinity when the

@@ -265,8 +265,9 @@ MATH::CVector3Array CPointRefArray::GetPositionArray() const {
         if (!g) return out;
         if (auto* m = dynamic_cast<PolyMeshNode*>(g)) {
             auto pos = m->mesh.Positions();
-            for (LONG i = 0; i < count && static_cast<size_t>(i) < pos.size(); ++i)
-                out[i].Set(pos[static_cast<size_t>(i)].x, pos[static_cast<size_t>(i)].y, pos[static_cast<size_t>(i)].z);
+            MATH::CVector3* to = out.GetData();
+            const size_t n = std::min(pos.size(), static_cast<size_t>(count));
+            for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(pos[i].x, pos[i].y, pos[i].z);
             return out;
         }
         for (LONG i = 0; i < count; ++i) {

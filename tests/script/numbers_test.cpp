@@ -7,24 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include "scene/host.h"
-#include "script/lua_host.h"
+#include "support.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct NumbersTest : ::testing::Test {
-    fs::path dir = fs::temp_directory_path() / ("orbelin_numbers_test_" + std::to_string(::getpid()));
-    standin::Host host{dir};
-    std::ostringstream err;
-
-    NumbersTest() {
-        fs::create_directories(dir);
-        host.GetLog().SetEcho(false);
-    }
-    ~NumbersTest() override { fs::remove_all(dir); }
-    int Run(const std::string& code) { return standin::RunScriptText(host, code, "scene.lua", err); }
+struct NumbersTest : scripttest::Session {
+    NumbersTest() : Session("orbelin_numbers_test") {}
     // Runs `code` and expects it to stop on its last line with `message`.
     void ExpectError(const std::string& code, const std::string& message) {
         err.str("");

@@ -9,6 +9,7 @@
 
 #include "scene/host.h"
 #include "script/lua_host.h"
+#include "support.h"
 #include "xsi_cluster.h"
 #include "xsi_geometry.h"
 #include "xsi_primitive.h"
@@ -65,17 +66,8 @@ std::ostream& operator<<(std::ostream& o, Picture::Pixel p) { return o << "(" <<
 // Looking straight down at the origin from 20 up: picture x runs along world x.
 const char* kTopView = "camera = {eye = {0, 20, 0}, target = {0, 0, 0}, up = {0, 0, -1}}, width = 300, height = 200";
 
-struct PreviewTest : ::testing::Test {
-    fs::path dir = fs::temp_directory_path() / ("orbelin_preview_test_" + std::to_string(::getpid()));
-    standin::Host host{dir};
-    std::ostringstream err;
-
-    PreviewTest() {
-        fs::create_directories(dir);
-        host.GetLog().SetEcho(false);
-    }
-    ~PreviewTest() override { fs::remove_all(dir); }
-    int Run(const std::string& code) { return standin::RunScriptText(host, code, "scene.lua", err); }
+struct PreviewTest : scripttest::Session {
+    PreviewTest() : Session("orbelin_preview_test") {}
     // A 10 x 10 grid of 5 x 5 points on the floor, with a weight map "W" over `points` (all when empty).
     void Grid(std::vector<LONG> points = {}) {
         ASSERT_EQ(Run("CreatePrim('Grid', 'g', {sizex = 10, sizez = 10, subdivu = 4, subdivv = 4})\n"), 0) << err.str();

@@ -9,6 +9,7 @@
 #include "scene/host.h"
 #include "scene/host_impl.h"
 #include "script/lua_host.h"
+#include "support.h"
 #include "xsi_kinematics.h"
 #include "xsi_geometry.h"
 #include "xsi_primitive.h"
@@ -20,15 +21,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct ScriptTest : ::testing::Test {
-    fs::path dir = fs::temp_directory_path() / ("orbelin_script_test_" + std::to_string(::getpid()));
-    standin::Host host{dir};
-    std::ostringstream err;
+struct ScriptTest : scripttest::Session {
     XSI::CValueArray echoed;
 
-    ScriptTest() {
-        fs::create_directories(dir);
-        host.GetLog().SetEcho(false);
+    ScriptTest() : Session("orbelin_script_test") {
         // A command that hands back what it was given, to see values cross both ways.
         host.impl().builtins[L"Echo"] = [this](standin::Host&, XSI::CValueArray& args, XSI::CValue& ret) {
             echoed = args;
@@ -36,8 +32,6 @@ struct ScriptTest : ::testing::Test {
             return XSI::CStatus(XSI::CStatus::OK);
         };
     }
-    ~ScriptTest() override { fs::remove_all(dir); }
-    int Run(const std::string& code) { return standin::RunScriptText(host, code, "scene.lua", err); }
 };
 
 TEST_F(ScriptTest, ErrorsNameTheFileAndLine) {

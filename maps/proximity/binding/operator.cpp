@@ -38,7 +38,6 @@ struct OperatorState {
     std::vector<Point> elements;
     std::vector<Connexion> connexions;
     std::vector<Point> points;  // a connexion's points, in world space
-    Result result;
     Workspace workspace;
     CDoubleArray out;
 };
@@ -155,9 +154,9 @@ void EvaluateNow(UpdateContext& ctxt, OperatorState& state, CustomProperty& prop
     CDoubleArray base;
     if (FactorSum(state.connexions) == 0.0) base = map.GetElements().GetArray();
     std::span<const double> baseWeights(base.GetArray(), static_cast<size_t>(base.GetCount()));
-    Evaluate(state.elements, baseWeights, state.connexions, falloff, o, state.result, state.workspace);
-    state.out.Resize(static_cast<LONG>(state.result.weights.size()));
-    std::copy(state.result.weights.begin(), state.result.weights.end(), state.out.GetData());
+    state.out.Resize(static_cast<LONG>(state.elements.size()));
+    Evaluate(state.elements, baseWeights, state.connexions, falloff, o,
+             std::span<double>(state.out.GetData(), state.elements.size()), state.workspace);
 }
 
 }  // namespace
