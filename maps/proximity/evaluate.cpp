@@ -63,6 +63,8 @@ struct Accumulator {
     double maxSeen = -10000.0, minSeen = 10000.0;
     std::mutex merge;
 
+    Accumulator(std::span<double> w, const Options& options, double far) : weights(w), o(options), farR(far) {}
+
     template <class ForElements>
     void AddAll(const std::vector<double>& D, double effective, ForElements&& forElements) {
         forElements([&](size_t begin, size_t end) {
@@ -120,6 +122,25 @@ struct MeanOfCounted {
     double Total() const { return (sums[0] + sums[1]) + (sums[2] + sums[3]); }
 };
 
+// t of each candidate from its squared distance. Built for wider vector lanes too where the
+// processor has them; the arithmetic, and so every value, is the same.
+[[gnu::target_clones("avx2", "default")]] void FalloffTimes(const double* d2, double* t, size_t n, double nearR,
+                                                            double width) {
+    for (size_t k = 0; k < n; ++k) t[k] = std::max(std::sqrt(d2[k]) - nearR, 0.0) * 100.0 / width;
+}
+
+// r of each candidate from its falloff value, 0 where it does not count; gives how many count.
+[[gnu::target_clones("avx2", "default")]] size_t CountedR(double* r, size_t n, double nearR, double width, double farR) {
+    size_t counted = 0;
+    for (size_t k = 0; k < n; ++k) {
+        const double ri = r[k] * width + nearR;
+        const bool counts = ri < farR;
+        r[k] = counts ? ri : 0.0;
+        counted += counts;
+    }
+    return counted;
+}
+
 // Candidates of one element gathered by squared distance, then turned into r a block at a
 // time: straight-line arithmetic over arrays, which the compiler spreads over vector lanes.
 struct CandidateBlock {
@@ -129,21 +150,13 @@ struct CandidateBlock {
 
     void Flush(const Setting& s, MeanOfCounted& mean) {
         const size_t n = fill;
-        const double nearR = s.nearR, width = s.width, farR = s.farR;
-        for (size_t k = 0; k < n; ++k) t[k] = std::max(std::sqrt(d2[k]) - nearR, 0.0) * 100.0 / width;
+        FalloffTimes(d2, t, n, s.nearR, s.width);
         s.falloff.EvalMany(t, r, n);
-        size_t counted = 0;
-        for (size_t k = 0; k < n; ++k) {
-            const double ri = r[k] * width + nearR;
-            const bool counts = ri < farR;
-            r[k] = counts ? ri : 0.0;
-            counted += counts;
-        }
+        mean.counted += CountedR(r, n, s.nearR, s.width, s.farR);
         size_t k = 0;
         for (; k + 4 <= n; k += 4)
             for (size_t j = 0; j < 4; ++j) mean.sums[j] += r[k + j];
         for (; k < n; ++k) mean.sums[0] += r[k];
-        mean.counted += counted;
         fill = 0;
     }
 };
@@ -183,7 +196,7 @@ void Run(std::span<const Point> elements, std::span<const double> base, std::spa
         return;
     }
     std::fill(weights.begin(), weights.end(), 0.0);
-    Accumulator acc{weights, o, farR};
+    Accumulator acc(weights, o, farR);
     const Setting setting{nearR, farR, farR - nearR, falloff};
     D.resize(elements.size());
     auto forElements = [&](auto&& body) {
