@@ -254,6 +254,8 @@ std::vector<standin::mesh::Vec3> PointList(lua_State* L, int i) {
             lua_rawgeti(L, t, c + 1);
             xyz[c] = ArgNumber(L, lua_gettop(L), "a coordinate");
             lua_pop(L, 1);
+            if (!std::isfinite(xyz[c]))
+                throw ScriptError("point " + std::to_string(k) + " has a coordinate that is not a finite number");
         }
         lua_pop(L, 1);
         out.push_back({xyz[0], xyz[1], xyz[2]});
@@ -328,7 +330,7 @@ int SetTransform(lua_State* L) {
                 int t = lua_gettop(L);
                 for (int c = 0; c < 3; ++c) {
                     lua_rawgeti(L, t, c + 1);
-                    out[c] = ArgNumber(L, lua_gettop(L), key);
+                    out[c] = Finite(ArgNumber(L, lua_gettop(L), key), "SetTransform", key);
                     lua_pop(L, 1);
                 }
             }

@@ -79,6 +79,12 @@ TEST_F(NumbersTest, FramesMustBeFinite) {
         ExpectError(std::string("SetValue('PlayControl.Current', ") + bad + ")", "scene.lua:1: cannot set 'PlayControl.Current'");
         ExpectError(std::string("SetTransform('g', {pos = {1, 2, 3}}, ") + bad + ")", "a frame must be a finite number");
         ExpectError(std::string("SetPointPositions('g', GetPointPositions('g'), ") + bad + ")", "a frame must be a finite number");
+        // Positions, angles and scales too: a transform of NaN would put every point nowhere.
+        ExpectError(std::string("SetTransform('g', {pos = {1, ") + bad + ", 3}})", "SetTransform: pos must be a finite number");
+        ExpectError(std::string("SetTransform('g', {rot = {") + bad + ", 0, 0}})", "SetTransform: rot must be a finite number");
+        ExpectError(std::string("SetTransform('g', {scl = {1, 1, ") + bad + "}})", "SetTransform: scl must be a finite number");
+        ExpectError(std::string("local p = GetPointPositions('g')\np[3][2] = ") + bad + "\nSetPointPositions('g', p)",
+                    "point 3 has a coordinate that is not a finite number");
     }
     EXPECT_EQ(host.Frame(), 7.0);
     // Huge frames are frames: the host keeps them as they are.
