@@ -9,7 +9,7 @@
 #include "maps/proximity/binding/proximity_tool.h"
 #include "shell/frame_cache.h"
 #include "shell/host/arrays.h"
-#include "shell/guard.h"
+#include "shell/live_operator.h"
 #include "xsi_application.h"
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
@@ -34,17 +34,13 @@ namespace {
 // evaluation, so that an update after the first allocates nothing the size of the map. Each
 // connexion keeps its point grid while its points stay put.
 struct OperatorState {
-    FrameWeightCache record;
+    FrameWeightCache cache;
     std::vector<Point> elements;
     std::vector<Connexion> connexions;
     std::vector<Point> points;  // a connexion's points, in world space
     Workspace workspace;
     CDoubleArray out;
 };
-
-OperatorState* State(UpdateContext& ctxt) {
-    return static_cast<OperatorState*>(static_cast<CValue::siPtrType>(ctxt.GetUserData()));
-}
 
 double Distance(const Point& a, const MATH::CVector3& b) {
     double dx = a[0] - b.GetX(), dy = a[1] - b.GetY(), dz = a[2] - b.GetZ();
@@ -167,52 +163,17 @@ using namespace orbelin;
 using namespace orbelin::proximity;
 
 XSIPLUGINCALLBACK CStatus zrProximityMapOp_Init(UpdateContext& ctxt, LONG) {
-    return CallbackGuard(L"zrProximityMapOp_Init", [&] {
-        ctxt.PutUserData(CValue(static_cast<CValue::siPtrType>(new OperatorState())));
-        return CStatus(CStatus::OK);
-    });
+    return InitOperator<OperatorState>(ctxt, L"zrProximityMapOp_Init");
 }
 
 XSIPLUGINCALLBACK CStatus zrProximityMapOp_Update(UpdateContext& ctxt, OutputPort& output) {
-    return CallbackGuard(L"zrProximityMapOp_Update", [&] {
-        if (output.GetName() != CString(L"OutWeightMap")) return CStatus(CStatus::OK);
-        OperatorState* state = State(ctxt);
-        if (!state) return CStatus(CStatus::OK);
-        FrameWeightCache* record = &state->record;
-        Operator op = ctxt.GetOperator();
-        CustomProperty property(op.GetPortAt(0, 2, 0).GetTarget());
-        CParameterRefArray params = property.GetParameters();
-        ExecutionParams p;
-        p.enable = ParameterValue(params, kEnable);
-        p.opMode = ParameterValue(params, kOpMode);
-        p.startFrame = ParameterValue(params, kStartFrame);
-        p.endFrame = ParameterValue(params, kEndFrame);
-        p.cleanCacheIdx = ParameterValue(params, kCleanCacheIdx);
-        p.processingMode = ParameterValue(params, kProcessingMode);
-        ClusterProperty map(op.GetPortAt(0, 0, 0).GetTarget());
-        ClusterProperty out(output.GetValue());
-        UpdateStep step = BeginUpdate(
-            *record, p, ctxt.GetCurrentFrame(), [&] { return map.GetElements().GetArray(); },
-            [&] { return Cluster(op.GetPortAt(1, 0, 0).GetTarget()).GetElements().GetCount(); });
-        switch (step) {
-            case UpdateStep::WriteNothing: break;
-            case UpdateStep::WriteHeld: out.GetElements().PutArray(record->heldWeights); break;
-            case UpdateStep::WriteCached: out.GetElements().PutArray(record->Get(record->currentFrame)); break;
-            case UpdateStep::Evaluate: {
-                EvaluateNow(ctxt, *state, property, params, map);
-                FinishUpdate(*record, p, state->out);
-                out.GetElements().PutArray(state->out);
-                break;
-            }
-        }
-        return CStatus(CStatus::OK);
-    });
+    return UpdateOverFrameCache<OperatorState>(ctxt, output, kExecution, L"zrProximityMapOp_Update",
+                                               [](OperatorState& state, LiveInputs& in) -> CDoubleArray& {
+                                                   EvaluateNow(in.context, state, in.property, in.params, in.map);
+                                                   return state.out;
+                                               });
 }
 
 XSIPLUGINCALLBACK CStatus zrProximityMapOp_Term(UpdateContext& ctxt, LONG) {
-    return CallbackGuard(L"zrProximityMapOp_Term", [&] {
-        delete State(ctxt);
-        ctxt.PutUserData(CValue());
-        return CStatus(CStatus::OK);
-    });
+    return TermOperator<OperatorState>(ctxt, L"zrProximityMapOp_Term");
 }

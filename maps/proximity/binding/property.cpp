@@ -2,12 +2,11 @@
 #include "maps/proximity/binding/proximity_tool.h"
 #include "shell/guard.h"
 #include "shell/log.h"
-#include "shell/numbers.h"
+#include "shell/page.h"
 #include "xsi_application.h"
 #include "xsi_context.h"
 #include "xsi_fcurve.h"
 #include "xsi_operator.h"
-#include "xsi_ppgeventcontext.h"
 #include "xsi_ppglayout.h"
 
 using namespace XSI;
@@ -16,39 +15,8 @@ namespace orbelin::proximity {
 
 namespace {
 
-LONG PlayControl(const wchar_t* which) {
-    CValueArray args(1);
-    args[0] = CValue(which);
-    CValue value;
-    Application().ExecuteCommand(L"GetValue", args, value);
-    return value.IsEmpty() ? 0 : static_cast<LONG>(value);
-}
-
-CValueArray Items(std::initializer_list<std::pair<const wchar_t*, LONG>> items) {
-    CValueArray out;
-    for (const auto& [label, value] : items) {
-        out.Add(CValue(label));
-        out.Add(CValue(value));
-    }
-    return out;
-}
-
 // The pair of connexion k, added when a page shows a connexion beyond the pairs made ahead.
-void EnsurePair(CustomProperty& property, LONG k) {
-    CString suffix(CValue(k).GetAsText());
-    if (!property.GetParameter(L"Enabled_" + suffix).IsValid()) {
-        ParamRow row = kEnabledRow;
-        CString name = L"Enabled_" + suffix;
-        row.script = row.label = name.GetWideString();
-        AddParameter(property, row);
-    }
-    if (!property.GetParameter(L"Factor_" + suffix).IsValid()) {
-        ParamRow row = kFactorRow;
-        CString name = L"Factor_" + suffix;
-        row.script = row.label = name.GetWideString();
-        AddParameter(property, row);
-    }
-}
+void EnsurePair(CustomProperty& property, LONG k) { EnsureConnexionPair(property, k, kEnabledRow, kFactorRow); }
 
 }  // namespace
 
@@ -63,13 +31,13 @@ void BuildLayout(CustomProperty& property) {
     layout.AddItem(L"Enable", L"Enable");
     layout.EndGroup();
     layout.AddGroup(L"Mode");
-    layout.AddEnumControl(L"OpMode", Items({{L" Hold ", 0}, {L" Read From Objects ", 1}, {L" Read From Objects - Caching ", 2}}),
+    layout.AddEnumControl(L"OpMode", EnumItems({{L" Hold ", 0}, {L" Read From Objects ", 1}, {L" Read From Objects - Caching ", 2}}),
                           L"Mode");
     if (mode == 2) {
         layout.AddButton(L"CleanCache", L"Clean Cache");
         layout.AddItem(L"StartFrame", L"Start Frame");
         layout.AddItem(L"EndFrame", L"End Frame");
-        layout.AddEnumControl(L"ProcessingMode", Items({{L" Normal Caching ", 0}, {L" Keep Maximum ", 1}}), L"Processing");
+        layout.AddEnumControl(L"ProcessingMode", EnumItems({{L" Normal Caching ", 0}, {L" Keep Maximum ", 1}}), L"Processing");
     }
     layout.EndGroup();
     layout.AddGroup(L"Spatial Range");
@@ -78,7 +46,7 @@ void BuildLayout(CustomProperty& property) {
     layout.AddFCurve(L"Falloff");
     layout.EndGroup();
     layout.AddGroup(L"Post-Process");
-    layout.AddEnumControl(L"OpWeightPostProcess", Items({{L" None ", 0}, {L" Clamp ", 1}, {L" Change Range ", 2}}),
+    layout.AddEnumControl(L"OpWeightPostProcess", EnumItems({{L" None ", 0}, {L" Clamp ", 1}, {L" Change Range ", 2}}),
                           L"Post-Process");
     // The bounds mean nothing without a post-process.
     if (static_cast<LONG>(property.GetParameterValue(L"OpWeightPostProcess")) != 0) {
@@ -123,8 +91,8 @@ SICALLBACK Orbelin_zrProximityMapProp_Define(CRef& in_ctxt) {
     return CallbackGuard(L"Orbelin_zrProximityMapProp_Define", [&] {
         CustomProperty property(Context(in_ctxt).GetSource());
         for (LONG i = 0; i < kFirstConnexion; ++i) {
-            if (i == kStartFrame) AddParameter(property, kRows[i], PlayControl(L"PlayControl.In"));
-            else if (i == kEndFrame) AddParameter(property, kRows[i], PlayControl(L"PlayControl.Out"));
+            if (i == kStartFrame) AddParameter(property, kRows[i], PlayControlValue(L"PlayControl.In"));
+            else if (i == kEndFrame) AddParameter(property, kRows[i], PlayControlValue(L"PlayControl.Out"));
             else AddParameter(property, kRows[i]);
         }
         for (LONG k = 0; k < kPairsInAdvance; ++k) EnsurePair(property, k);
@@ -145,55 +113,7 @@ SICALLBACK Orbelin_zrProximityMapProp_DefineLayout(CRef& in_ctxt) {
 }
 
 SICALLBACK Orbelin_zrProximityMapProp_PPGEvent(const CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrProximityMapProp_PPGEvent", [&] {
-        PPGEventContext ctxt(in_ctxt);
-        switch (ctxt.GetEventID()) {
-            case PPGEventContext::siOnInit: {
-                CustomProperty property(ctxt.GetSource());
-                BuildLayout(property);
-                ctxt.PutAttribute(L"Refresh", CValue(true));
-                break;
-            }
-            case PPGEventContext::siParameterChange: {
-                Parameter changed(ctxt.GetSource());
-                CString name = changed.GetScriptName();
-                if (name == CString(L"OpMode") || name == CString(L"OpWeightPostProcess")) {
-                    CustomProperty property(changed.GetParent());
-                    BuildLayout(property);
-                    ctxt.PutAttribute(L"Refresh", CValue(true));
-                }
-                break;
-            }
-            case PPGEventContext::siButtonClicked: {
-                CustomProperty property(ctxt.GetSource());
-                CString button = ctxt.GetAttribute(L"Button");
-                CValueArray args;
-                args.Add(CValue(property.GetRef()));
-                CValue ignored;
-                if (button == CString(L"Connect")) {
-                    Application().ExecuteCommand(L"Orbelin_zrProximityMapAddConnexionCmd", args, ignored);
-                    ctxt.PutAttribute(L"Refresh", CValue(true));
-                } else if (button == CString(L"CleanCache")) {
-                    // Any new value rebuilds the cache, so the counter wraps rather than stops.
-                    LONG idx = property.GetParameterValue(L"CleanCacheIdx");
-                    property.PutParameterValue(L"CleanCacheIdx", CValue(LONG(NextCounter(idx))));
-                } else if (button == CString(L"RemoveAll")) {
-                    Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
-                    ctxt.PutAttribute(L"Refresh", CValue(true));
-                } else if (button.FindString(L"Remove_") == 0) {
-                    LONG k = -1;
-                    if (!ConnexionIndex(CValue(button.GetSubString(7)), k) || k < 0) {
-                        LogError(L"Invalid connexion button: " + button + L"!");
-                        return CStatus(CStatus::InvalidArgument);
-                    }
-                    args.Add(CValue(k));
-                    Application().ExecuteCommand(L"Orbelin_zrProximityMapRemoveConnexionCmd", args, ignored);
-                    ctxt.PutAttribute(L"Refresh", CValue(true));
-                }
-                break;
-            }
-            default: break;
-        }
-        return CStatus(CStatus::OK);
-    });
+    static const ConnexionPage page{L"Orbelin_zrProximityMapAddConnexionCmd", L"Orbelin_zrProximityMapRemoveConnexionCmd",
+                                    {L"OpMode", L"OpWeightPostProcess"}, RemoveButtonRule::NumberAfterPrefix, BuildLayout};
+    return CallbackGuard(L"Orbelin_zrProximityMapProp_PPGEvent", [&] { return ConnexionPageEvent(in_ctxt, page); });
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "shell/installation.h"
+#include "shell/live_operator.h"
 #include "shell/parameters.h"
 
 namespace orbelin::proximity {
@@ -46,6 +47,9 @@ static_assert(std::size(kRows) == kFirstConnexion, "one row per fixed parameter,
 inline constexpr ParamRow kEnabledRow{L"Enabled_", L"", ParamType::Bool, 5, 1, false, 0, 0, 0, 0};
 inline constexpr ParamRow kFactorRow{L"Factor_", L"", ParamType::Double, 5, 1, true, -1000, 1000, 0, 3};
 inline constexpr LONG kPairsInAdvance = 30;
+
+// Where the operator reads the execution parameters (its ports are the shared layout's).
+inline constexpr ExecutionLayout kExecution{kEnable, kOpMode, kStartFrame, kEndFrame, kCleanCacheIdx, kProcessingMode};
 
 inline LONG EnabledIndex(LONG k) { return kFirstConnexion + 2 * k; }
 inline LONG FactorIndex(LONG k) { return kFirstConnexion + 2 * k + 1; }

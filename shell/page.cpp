@@ -1,0 +1,111 @@
+#include "shell/page.h"
+
+#include <cwctype>
+
+#include "shell/log.h"
+#include "shell/numbers.h"
+#include "xsi_application.h"
+#include "xsi_parameter.h"
+#include "xsi_ppgeventcontext.h"
+
+namespace orbelin {
+
+using XSI::CString;
+using XSI::CValue;
+using XSI::CValueArray;
+
+CValueArray EnumItems(std::initializer_list<std::pair<const wchar_t*, LONG>> items) {
+    CValueArray out;
+    for (const auto& [label, value] : items) {
+        out.Add(CValue(label));
+        out.Add(CValue(value));
+    }
+    return out;
+}
+
+LONG PlayControlValue(const wchar_t* which) {
+    CValueArray args(1);
+    args[0] = CValue(which);
+    CValue value;
+    XSI::Application().ExecuteCommand(L"GetValue", args, value);
+    return value.IsEmpty() ? 0 : static_cast<LONG>(value);
+}
+
+void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow) {
+    const CString suffix(CValue(k).GetAsText());
+    for (const ParamRow* row : {&enabledRow, &factorRow}) {
+        const CString name = CString(row->script) + suffix;
+        if (property.GetParameter(name).IsValid()) continue;
+        ParamRow named = *row;
+        named.script = named.label = name.GetWideString();
+        AddParameter(property, named);
+    }
+}
+
+bool RemoveButtonIndex(const CString& button, RemoveButtonRule rule, LONG& k) {
+    const std::wstring name = button.GetWideString();
+    if (rule == RemoveButtonRule::NumberAfterPrefix) {
+        if (name.rfind(L"Remove_", 0) != 0) return false;
+        return ConnexionIndex(CValue(button.GetSubString(7)), k) && k >= 0;
+    }
+    if (name.size() < 8 || name[6] != L'_') return false;
+    k = 0;
+    size_t digits = 0;
+    for (size_t i = 7; i < name.size() && digits < 4 && std::iswdigit(name[i]); ++i, ++digits) k = k * 10 + (name[i] - L'0');
+    return digits > 0;
+}
+
+XSI::CStatus ConnexionPageEvent(const XSI::CRef& context, const ConnexionPage& page) {
+    XSI::PPGEventContext ctxt(context);
+    auto refresh = [&] { ctxt.PutAttribute(L"Refresh", CValue(true)); };
+    switch (ctxt.GetEventID()) {
+        case XSI::PPGEventContext::siOnInit: {
+            XSI::CustomProperty property(ctxt.GetSource());
+            page.build(property);
+            refresh();
+            break;
+        }
+        case XSI::PPGEventContext::siParameterChange: {
+            XSI::Parameter changed(ctxt.GetSource());
+            const CString name = changed.GetScriptName();
+            for (const wchar_t* watched : page.rebuildOn)
+                if (name == CString(watched)) {
+                    XSI::CustomProperty property(changed.GetParent());
+                    page.build(property);
+                    refresh();
+                    break;
+                }
+            break;
+        }
+        case XSI::PPGEventContext::siButtonClicked: {
+            XSI::CustomProperty property(ctxt.GetSource());
+            const CString button = ctxt.GetAttribute(L"Button");
+            CValueArray args;
+            args.Add(CValue(property.GetRef()));
+            CValue ignored;
+            LONG k = -1;
+            if (button == CString(L"Connect")) {
+                XSI::Application().ExecuteCommand(page.addCommand, args, ignored);
+                refresh();
+            } else if (button == CString(L"CleanCache")) {
+                LONG idx = property.GetParameterValue(L"CleanCacheIdx");
+                property.PutParameterValue(L"CleanCacheIdx", CValue(LONG(NextCounter(idx))));
+            } else if (button == CString(L"RemoveAll")) {
+                XSI::Application().ExecuteCommand(page.removeCommand, args, ignored);
+                refresh();
+            } else if (RemoveButtonIndex(button, page.removeRule, k)) {
+                args.Add(CValue(k));
+                XSI::Application().ExecuteCommand(page.removeCommand, args, ignored);
+                refresh();
+            } else if (button.FindString(L"Remove_") == 0) {
+                LogError(L"Invalid connexion button: " + button + L"!");
+                return XSI::CStatus(XSI::CStatus::InvalidArgument);
+            }
+            break;
+        }
+        default: break;
+    }
+    return XSI::CStatus(XSI::CStatus::OK);
+}
+
+}  // namespace orbelin

@@ -1,0 +1,49 @@
+// What the live tools' property pages share: enumeration items, the play range read for frame
+// defaults, the per-connexion parameter pair made when a page shows a connexion beyond those
+// made in advance, and the page events of the tools with connexions, whose differences are
+// given as data.
+#pragma once
+
+#include <initializer_list>
+#include <utility>
+
+#include "shell/installation.h"
+#include "shell/parameters.h"
+#include "xsi_customproperty.h"
+#include "xsi_ref.h"
+#include "xsi_value.h"
+
+namespace orbelin {
+
+// Label, value, label, value ... as the host's enumeration controls take them.
+XSI::CValueArray EnumItems(std::initializer_list<std::pair<const wchar_t*, LONG>> items);
+
+// "PlayControl.In" or "PlayControl.Out" through the host's GetValue; 0 when it gives nothing.
+LONG PlayControlValue(const wchar_t* which);
+
+// Adds "Enabled_" + k and "Factor_" + k, described by the two rows, when the property lacks them.
+void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow);
+
+// How a tool's "Remove_" buttons name their connexion.
+enum class RemoveButtonRule {
+    NumberAfterPrefix,  // "Remove_" then the decimal number of the connexion
+    FourDigitsAfterUnderscoreAt6,  // any button with "_" at position 6; up to four digits after it
+};
+
+// The connexion a "Remove_" button names by the rule; false when the button names none.
+bool RemoveButtonIndex(const XSI::CString& button, RemoveButtonRule rule, LONG& k);
+
+struct ConnexionPage {
+    const wchar_t* addCommand;     // run with the property for "Connect"
+    const wchar_t* removeCommand;  // run with the property (and k) for "Remove_" k and "RemoveAll"
+    std::initializer_list<const wchar_t*> rebuildOn;  // parameters whose change rebuilds the page
+    RemoveButtonRule removeRule;
+    PageBuilder build;
+};
+
+// The page events of a tool with connexions: the page built when it opens and when a listed
+// parameter changes; "Connect", "Remove_" k, "RemoveAll" run the tool's commands;
+// "CleanCache" moves the cache counter on (it wraps, so every press changes it).
+XSI::CStatus ConnexionPageEvent(const XSI::CRef& context, const ConnexionPage& page);
+
+}  // namespace orbelin
