@@ -27,7 +27,7 @@ std::vector<Connexion> View(const std::vector<Map>& maps) {
     return out;
 }
 
-std::vector<double> Run(size_t P, const std::vector<int32_t>& elements, const std::vector<Map>& maps, Options o,
+std::vector<double> Mix(size_t P, const std::vector<int32_t>& elements, const std::vector<Map>& maps, Options o,
                         size_t M = 0) {
     return Evaluate(P, elements, View(maps), o, M ? M : elements.size());
 }
@@ -109,46 +109,46 @@ std::vector<Map> TwoMaps() { return {{{0.8, 0.4, 0.2, 0.0}, kFour, 1.0}, {{0.2, 
 
 TEST(MixKernel, ModesHandComputed) {
     using V = std::vector<double>;
-    V avg = Run(4, kFour, TwoMaps(), With(Average));
+    V avg = Mix(4, kFour, TwoMaps(), With(Average));
     const V avgWant{0.25 * 0.8, 0.25 * 0.4 + 0.75 * 0.6, 0.25 * 0.2, 0.25 * 0.0 + 0.75 * 0.2};
     EXPECT_EQ(avg, avgWant);
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(Additive)), (V{0.8, 0.4 + 3 * 0.6, 0.2, 3 * 0.2}));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(Additive)), (V{0.8, 0.4 + 3 * 0.6, 0.2, 3 * 0.2}));
     // Mode values other than Average and Maximum add.
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(7)), Run(4, kFour, TwoMaps(), With(Additive)));
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(0)), Run(4, kFour, TwoMaps(), With(Additive)));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(7)), Mix(4, kFour, TwoMaps(), With(Additive)));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(0)), Mix(4, kFour, TwoMaps(), With(Additive)));
     // Maximum takes f x w against the running value, which starts at 0.
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(Maximum)), (V{0.8, 3 * 0.6, 0.2, 3 * 0.2}));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(Maximum)), (V{0.8, 3 * 0.6, 0.2, 3 * 0.2}));
     std::vector<Map> negative{{{-0.5, 0.6}, {0, 1}, 2.0}};
-    EXPECT_EQ(Run(2, {0, 1}, negative, With(Maximum)), (V{0.0, 1.2}));
+    EXPECT_EQ(Mix(2, {0, 1}, negative, With(Maximum)), (V{0.0, 1.2}));
     EXPECT_FALSE(HoldCaptures(0) || HoldCaptures(1) || HoldCaptures(3));
     EXPECT_TRUE(HoldCaptures(-1));
 }
 
 TEST(MixKernel, ClampAtEveryStep) {
     // Points 2 and 3 are lifted to 0.3 by the first step; point 3 then gets 0.6 on top.
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(Additive, Clamp, 0.3, 1.0)), (std::vector<double>{0.8, 1.0, 0.3, 3 * 0.2 + 0.3}));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(Additive, Clamp, 0.3, 1.0)), (std::vector<double>{0.8, 1.0, 0.3, 3 * 0.2 + 0.3}));
     std::vector<Map> three{{{0.8}, {0}, 1.0}, {{0.8}, {0}, 1.0}, {{0.8}, {0}, -1.0}};
-    std::vector<double> r = Run(1, {0}, three, With(Additive, Clamp, 0.0, 1.0));
+    std::vector<double> r = Mix(1, {0}, three, With(Additive, Clamp, 0.0, 1.0));
     EXPECT_NEAR(r[0], 0.2, 1e-15);
     // An inverted range: not (max > m) gives max at once.
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(Additive, Clamp, 1.0, 0.5)), (std::vector<double>(4, 0.5)));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(Additive, Clamp, 1.0, 0.5)), (std::vector<double>(4, 0.5)));
 }
 
 TEST(MixKernel, ChangeRange) {
     using V = std::vector<double>;
     // The bounds come from every intermediate value: -0.5 after the first step on point 0.
     std::vector<Map> dip{{{-0.5, 0.25}, {0, 1}, 1.0}, {{1.0}, {0}, 1.0}};
-    EXPECT_EQ(Run(2, {0, 1}, dip, With(Additive, ChangeRange, 0.0, 1.0)), (V{1.0, 0.75}));
+    EXPECT_EQ(Mix(2, {0, 1}, dip, With(Additive, ChangeRange, 0.0, 1.0)), (V{1.0, 0.75}));
     // All values equal: no stretch.
     std::vector<Map> flat{{{0.5, 0.5}, {0, 1}, 1.0}};
-    EXPECT_EQ(Run(2, {0, 1}, flat, With(Additive, ChangeRange, 0.0, 1.0)), (V{0.5, 0.5}));
+    EXPECT_EQ(Mix(2, {0, 1}, flat, With(Additive, ChangeRange, 0.0, 1.0)), (V{0.5, 0.5}));
     // All below -10000: the maximum stays at its start.
     std::vector<Map> low{{{-20000.0, -30000.0}, {0, 1}, 1.0}};
-    EXPECT_EQ(Run(2, {0, 1}, low, With(Additive, ChangeRange, 0.0, 1.0)), (V{0.5, 0.0}));
+    EXPECT_EQ(Mix(2, {0, 1}, low, With(Additive, ChangeRange, 0.0, 1.0)), (V{0.5, 0.0}));
     // All above 10000: the minimum stays at 10000, and the third output element (0, below it)
     // goes through -v - min: -0.5, where -d would give +0.5.
     std::vector<Map> high{{{20000.0, 30000.0}, {0, 1}, 1.0}};
-    EXPECT_EQ(Run(2, {0, 1}, high, With(Additive, ChangeRange, 0.0, 1.0), 3), (V{0.5, 1.0, -0.5}));
+    EXPECT_EQ(Mix(2, {0, 1}, high, With(Additive, ChangeRange, 0.0, 1.0), 3), (V{0.5, 1.0, -0.5}));
     // Nothing mixed: the sentinels differ and every zero lands in the middle of the range.
     EXPECT_EQ(Evaluate(3, kFour, {}, With(Average, ChangeRange, 0.0, 1.0), 4), V(4, 0.5));
     for (double v : Evaluate(3, kFour, {}, With(Average, ChangeRange, 1.0, -1.0), 4)) EXPECT_NEAR(v, 0.0, 1e-12);
@@ -163,18 +163,18 @@ TEST(MixKernel, FactorsAndConnexionStates) {
     // A disabled connexion's factor is out of the sum.
     maps[0].enabled = false;
     maps[0].factor = 5.0;
-    EXPECT_EQ(Run(4, kFour, maps, With(Average)), second);
+    EXPECT_EQ(Mix(4, kFour, maps, With(Average)), second);
     // An invalid map's factor stays in the sum: the second map gets a quarter.
     maps[0].enabled = true;
     maps[0].valid = false;
     maps[0].factor = 3.0;
-    EXPECT_EQ(Run(4, kFour, maps, With(Average)), (V{0.0, 0.25 * 0.6, 0.0, 0.25 * 0.2}));
+    EXPECT_EQ(Mix(4, kFour, maps, With(Average)), (V{0.0, 0.25 * 0.6, 0.0, 0.25 * 0.2}));
     // Nothing steps (the only valid factor is 0), so the clamp never lifts the zeros.
     maps[1].factor = 0.0;
-    EXPECT_EQ(Run(4, kFour, maps, With(Additive, Clamp, 0.3, 1.0)), V(4, 0.0));
+    EXPECT_EQ(Mix(4, kFour, maps, With(Additive, Clamp, 0.3, 1.0)), V(4, 0.0));
     // Factors summing to 0: nothing mixed.
     std::vector<Map> opposite{{{0.5}, {0}, 1.0}, {{0.9}, {0}, -1.0}};
-    EXPECT_EQ(Run(1, {0}, opposite, With(Additive)), V{0.0});
+    EXPECT_EQ(Mix(1, {0}, opposite, With(Additive)), V{0.0});
     EXPECT_EQ(Evaluate(4, kFour, {}, With(Additive), 4), V(4, 0.0));
 }
 
@@ -182,17 +182,17 @@ TEST(MixKernel, OddLayouts) {
     using V = std::vector<double>;
     // Indices naming no point are skipped; the output elements with none read 0.
     std::vector<Map> stray{{{9.0, 0.5, 7.0}, {5, 1, -3}, 1.0}};
-    EXPECT_EQ(Run(2, {0, 7, -1, 1}, stray, With(Additive)), (V{0.0, 0.0, 0.0, 0.5}));
+    EXPECT_EQ(Mix(2, {0, 7, -1, 1}, stray, With(Additive)), (V{0.0, 0.0, 0.0, 0.5}));
     // A point named twice by the output is stepped twice per connexion; a point named twice by
     // a connexion takes its last weight.
     std::vector<Map> twice{{{0.1, 0.7}, {0, 0}, 1.0}};
-    EXPECT_EQ(Run(1, {0, 0}, twice, With(Additive)), (V{1.4, 1.4}));
+    EXPECT_EQ(Mix(1, {0, 0}, twice, With(Additive)), (V{1.4, 1.4}));
     // More output elements than input ones stay 0; fewer drop the rest.
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(Additive), 6)[5], 0.0);
-    EXPECT_EQ(Run(4, kFour, TwoMaps(), With(Additive), 2), (V{0.8, 0.4 + 3 * 0.6}));
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(Additive), 6)[5], 0.0);
+    EXPECT_EQ(Mix(4, kFour, TwoMaps(), With(Additive), 2), (V{0.8, 0.4 + 3 * 0.6}));
     // Weights and indices of different lengths: only the common part is read.
     std::vector<Map> ragged{{{0.5, 0.25}, {0, 1, 2}, 1.0}, {{0.5, 0.25, 0.125}, {2}, 1.0}};
-    EXPECT_EQ(Run(3, {0, 1, 2}, ragged, With(Additive)), (V{0.5, 0.25, 0.5}));
+    EXPECT_EQ(Mix(3, {0, 1, 2}, ragged, With(Additive)), (V{0.5, 0.25, 0.5}));
 }
 
 uint64_t Bits(double v) {
