@@ -100,7 +100,9 @@ void Evaluate(size_t pointCount, std::span<const int32_t> elementPoints, std::sp
 
     // One slot per distinct point of the output, in the order of first appearance: with no
     // repeated and no stray index, slot u is element u.
-    if (ws.slotOf.size() < pointCount) ws.slotOf.resize(pointCount, -1);
+    // Indices are 32-bit: a larger point count needs no larger map.
+    const size_t mapped = std::min<size_t>(pointCount, size_t{1} << 31);
+    if (ws.slotOf.size() < mapped) ws.slotOf.resize(mapped, -1);
     ws.elementSlot.resize(nIn);
     ws.repeats.resize(nIn);
     SlotReset reset{elementPoints, ws.slotOf};
