@@ -252,21 +252,20 @@ TEST(SmoothKernel, MatchesDefinitionOnALargeGridSplitOverThreads) {
 TEST(SmoothKernel, RefusesMalformedLists) {
     Packed g(kGrid3);
     std::vector<int32_t> cluster{0};
-    std::vector<double> w{1}, out(1), wrongSize(2);
-    Workspace ws;
-    Neighbours nb = g.View();
-    EXPECT_THROW(Smooth(nb, cluster, w, Options{}, wrongSize, ws), std::invalid_argument);
-    nb.vertexCount = 10;  // offsets one short
-    EXPECT_THROW(Smooth(nb, cluster, w, Options{}, out, ws), std::invalid_argument);
-    std::vector<uint32_t> badIndex = g.indices;
+    std::vector<double> w{1}, out(1), two(2);
+    auto refused = [&](std::vector<uint32_t> offsets, std::vector<uint32_t> indices, size_t V, std::span<double> to) {
+        Workspace ws;
+        EXPECT_THROW(Smooth({V, offsets, indices}, cluster, w, Options{}, to, ws), std::invalid_argument);
+    };
+    refused(g.offsets, g.indices, 9, two);   // not one result per element
+    refused(g.offsets, g.indices, 10, out);  // offsets one short
+    auto badIndex = g.indices, decreasing = g.offsets, past = g.offsets;
     badIndex[3] = 9;
-    EXPECT_THROW(Smooth({9, g.offsets, badIndex}, cluster, w, Options{}, out, ws), std::invalid_argument);
-    std::vector<uint32_t> decreasing = g.offsets;
     std::swap(decreasing[2], decreasing[3]);
-    EXPECT_THROW(Smooth({9, decreasing, g.indices}, cluster, w, Options{}, out, ws), std::invalid_argument);
-    std::vector<uint32_t> past = g.offsets;
     past.back() += 1;
-    EXPECT_THROW(Smooth({9, past, g.indices}, cluster, w, Options{}, out, ws), std::invalid_argument);
+    refused(g.offsets, badIndex, 9, out);
+    refused(decreasing, g.indices, 9, out);
+    refused(past, g.indices, 9, out);
 }
 
 }  // namespace
