@@ -45,6 +45,14 @@ CRef ApplyOperator(const CString& preset, const CString& connectionSet) {
     return made.GetCount() > 0 ? CRef(made[0]) : CRef();
 }
 
+CString ObjectConnectionSet(const CRef& weightMap, const XSI::CustomProperty& property) {
+    XSI::SIObject map(weightMap);
+    XSI::SIObject cluster(map.GetParent());
+    XSI::SIObject primitive(cluster.GetParent());
+    XSI::SIObject object(primitive.GetParent());
+    return map.GetFullName() + L";" + object.GetFullName() + L";" + property.GetFullName();
+}
+
 XSI::CustomProperty CreateToolProperty(const CRef& weightMap, const CString& toolWord) {
     XSI::SIObject map(weightMap);
     XSI::SceneItem cluster(map.GetParent());

@@ -40,6 +40,9 @@ const LiveTool& Tool(const wchar_t* word);
 // Applies an operator preset with a connection set through the host's ApplyOp; the new
 // operator, or an invalid reference.
 XSI::CRef ApplyOperator(const XSI::CString& preset, const XSI::CString& connectionSet);
+// The connection set of a tool reading a weight map, its object and its property (port
+// groups 0, 1 and 2): the three full names joined by ";".
+XSI::CString ObjectConnectionSet(const XSI::CRef& weightMap, const XSI::CustomProperty& property);
 // Adds the tool's property next to the weight map (under its cluster), named after both.
 XSI::CustomProperty CreateToolProperty(const XSI::CRef& weightMap, const XSI::CString& toolWord);
 // The custom operator at `path`, or an invalid reference.

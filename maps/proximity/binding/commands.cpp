@@ -10,13 +10,8 @@ using namespace orbelin::proximity;
 
 namespace {
 
-// Connection set: the weight map; its object; the property (port groups 0, 1 and 2).
 void Install(const CRef& weightMap, CustomProperty& property) {
-    SIObject map(weightMap);
-    SIObject cluster(map.GetParent());
-    SIObject primitive(cluster.GetParent());
-    SIObject object(primitive.GetParent());
-    ApplyOperator(ThisTool().op, map.GetFullName() + L";" + object.GetFullName() + L";" + property.GetFullName());
+    ApplyOperator(ThisTool().op, ObjectConnectionSet(weightMap, property));
 }
 
 }  // namespace
