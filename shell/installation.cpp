@@ -45,6 +45,8 @@ CRef ApplyOperator(const CString& preset, const CString& connectionSet) {
     return made.GetCount() > 0 ? CRef(made[0]) : CRef();
 }
 
+namespace {
+
 CString ObjectConnectionSet(const CRef& weightMap, const XSI::CustomProperty& property) {
     XSI::SIObject map(weightMap);
     XSI::SIObject cluster(map.GetParent());
@@ -52,6 +54,8 @@ CString ObjectConnectionSet(const CRef& weightMap, const XSI::CustomProperty& pr
     XSI::SIObject object(primitive.GetParent());
     return map.GetFullName() + L";" + object.GetFullName() + L";" + property.GetFullName();
 }
+
+}  // namespace
 
 XSI::CustomProperty CreateToolProperty(const CRef& weightMap, const CString& toolWord) {
     XSI::SIObject map(weightMap);
@@ -244,7 +248,8 @@ CStatus ApplyToolCommand(const LiveTool& tool, const CString& bannerTitle, Insta
         LogInfo(L"Apply to: [" + map.GetAsText() + L"]");
         XSI::CustomProperty property = CreateToolProperty(map, tool.word);
         property.PutParameterValue(L"OperatorFullPath", CValue(XSI::SIObject(map).GetFullName() + L"." + tool.op));
-        install(map, property);
+        if (install) install(map, property);
+        else ApplyOperator(tool.op, ObjectConnectionSet(map, property));
         CValueArray args(5);
         args[0] = CValue(property.GetFullName());
         args[1] = CValue(L"");

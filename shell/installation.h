@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 
 #include "xsi_customproperty.h"
 #include "xsi_ref.h"
@@ -40,9 +41,6 @@ const LiveTool& Tool(const wchar_t* word);
 // Applies an operator preset with a connection set through the host's ApplyOp; the new
 // operator, or an invalid reference.
 XSI::CRef ApplyOperator(const XSI::CString& preset, const XSI::CString& connectionSet);
-// The connection set of a tool reading a weight map, its object and its property (port
-// groups 0, 1 and 2): the three full names joined by ";".
-XSI::CString ObjectConnectionSet(const XSI::CRef& weightMap, const XSI::CustomProperty& property);
 // Adds the tool's property next to the weight map (under its cluster), named after both.
 XSI::CustomProperty CreateToolProperty(const XSI::CRef& weightMap, const XSI::CString& toolWord);
 // The custom operator at `path`, or an invalid reference.
@@ -70,8 +68,10 @@ bool ConnexionIndex(const XSI::CValue& value, LONG& index);
 
 // The commands' shared bodies. `rebuildPage` rebuilds the property's page after a change.
 using PageBuilder = void (*)(XSI::CustomProperty&);
-using Installer = void (*)(const XSI::CRef& weightMap, XSI::CustomProperty& property);
-XSI::CStatus ApplyToolCommand(const LiveTool& tool, const XSI::CString& bannerTitle, Installer install);
+using Installer = std::function<void(const XSI::CRef& weightMap, XSI::CustomProperty& property)>;
+// Without an installer the tool's operator is applied with the connection set of a tool that
+// reads the weight map, its object and its property (port groups 0, 1 and 2).
+XSI::CStatus ApplyToolCommand(const LiveTool& tool, const XSI::CString& bannerTitle, Installer install = nullptr);
 XSI::CStatus AddConnexionCommand(XSI::CRef& context, const LiveTool& tool, PageBuilder rebuildPage);
 XSI::CStatus RemoveConnexionCommand(XSI::CRef& context, const LiveTool& tool, PageBuilder rebuildPage);
 

@@ -104,3 +104,18 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
 }
 
 }  // namespace orbelin
+
+// The three exports of an operator over the shared frame cache, which the host finds by name:
+// `op`_Init, `op`_Update and `op`_Term, the record of type `record`, the execution parameters
+// where `layout` says, and `evaluate(record&, LiveInputs&)` giving the live weights as a
+// CDoubleArray& the record keeps.
+#define ORBELIN_FRAME_CACHE_OPERATOR(op, record, layout, evaluate)                                                      \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Init(XSI::UpdateContext& ctxt, LONG) {                                       \
+        return orbelin::InitOperator<record>(ctxt, L## #op "_Init");                                                 \
+    }                                                                                                                \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
+        return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", evaluate);             \
+    }                                                                                                                \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
+        return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
+    }

@@ -31,6 +31,15 @@ LONG PlayControlValue(const wchar_t* which) {
     return value.IsEmpty() ? 0 : static_cast<LONG>(value);
 }
 
+void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> rows, LONG startFrame, LONG endFrame) {
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const auto index = static_cast<LONG>(i);
+        if (index == startFrame) AddParameter(property, rows[i], PlayControlValue(L"PlayControl.In"));
+        else if (index == endFrame) AddParameter(property, rows[i], PlayControlValue(L"PlayControl.Out"));
+        else AddParameter(property, rows[i]);
+    }
+}
+
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow) {
     const CString suffix(CValue(k).GetAsText());
     for (const ParamRow* row : {&enabledRow, &factorRow}) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <span>
 #include <utility>
 
 #include "shell/installation.h"
@@ -20,6 +21,10 @@ XSI::CValueArray EnumItems(std::initializer_list<std::pair<const wchar_t*, LONG>
 
 // "PlayControl.In" or "PlayControl.Out" through the host's GetValue; 0 when it gives nothing.
 LONG PlayControlValue(const wchar_t* which);
+
+// Adds the rows' parameters in order; the rows at `startFrame` and `endFrame` take the play
+// range as it is now for their defaults.
+void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> rows, LONG startFrame, LONG endFrame);
 
 // Adds "Enabled_" + k and "Factor_" + k, described by the two rows, when the property lacks them.
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow);

@@ -8,17 +8,9 @@ using namespace XSI;
 using namespace orbelin;
 using namespace orbelin::proximity;
 
-namespace {
-
-void Install(const CRef& weightMap, CustomProperty& property) {
-    ApplyOperator(ThisTool().op, ObjectConnectionSet(weightMap, property));
-}
-
-}  // namespace
-
 SICALLBACK Orbelin_zrProximityMapApplyCmd_Execute(CRef&) {
     return CallbackGuard(L"Orbelin_zrProximityMapApplyCmd_Execute",
-                         [&] { return ApplyToolCommand(ThisTool(), L"Apply ProximityMap", Install); });
+                         [&] { return ApplyToolCommand(ThisTool(), L"Apply ProximityMap"); });
 }
 
 SICALLBACK Orbelin_zrProximityMapAddConnexionCmd_Execute(CRef& in_ctxt) {

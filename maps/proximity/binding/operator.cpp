@@ -155,25 +155,14 @@ void EvaluateNow(UpdateContext& ctxt, OperatorState& state, CustomProperty& prop
              std::span<double>(state.out.GetData(), state.elements.size()), state.workspace);
 }
 
+CDoubleArray& EvaluateLive(OperatorState& state, LiveInputs& in) {
+    EvaluateNow(in.context, state, in.property, in.params, in.map);
+    return state.out;
+}
+
 }  // namespace
 
 }  // namespace orbelin::proximity
 
-using namespace orbelin;
-using namespace orbelin::proximity;
-
-XSIPLUGINCALLBACK CStatus zrProximityMapOp_Init(UpdateContext& ctxt, LONG) {
-    return InitOperator<OperatorState>(ctxt, L"zrProximityMapOp_Init");
-}
-
-XSIPLUGINCALLBACK CStatus zrProximityMapOp_Update(UpdateContext& ctxt, OutputPort& output) {
-    return UpdateOverFrameCache<OperatorState>(ctxt, output, kExecution, L"zrProximityMapOp_Update",
-                                               [](OperatorState& state, LiveInputs& in) -> CDoubleArray& {
-                                                   EvaluateNow(in.context, state, in.property, in.params, in.map);
-                                                   return state.out;
-                                               });
-}
-
-XSIPLUGINCALLBACK CStatus zrProximityMapOp_Term(UpdateContext& ctxt, LONG) {
-    return TermOperator<OperatorState>(ctxt, L"zrProximityMapOp_Term");
-}
+ORBELIN_FRAME_CACHE_OPERATOR(zrProximityMapOp, orbelin::proximity::OperatorState, orbelin::proximity::kExecution,
+                              orbelin::proximity::EvaluateLive)

@@ -90,11 +90,7 @@ using namespace orbelin::proximity;
 SICALLBACK Orbelin_zrProximityMapProp_Define(CRef& in_ctxt) {
     return CallbackGuard(L"Orbelin_zrProximityMapProp_Define", [&] {
         CustomProperty property(Context(in_ctxt).GetSource());
-        for (LONG i = 0; i < kFirstConnexion; ++i) {
-            if (i == kStartFrame) AddParameter(property, kRows[i], PlayControlValue(L"PlayControl.In"));
-            else if (i == kEndFrame) AddParameter(property, kRows[i], PlayControlValue(L"PlayControl.Out"));
-            else AddParameter(property, kRows[i]);
-        }
+        DefineParameters(property, kRows, kStartFrame, kEndFrame);
         for (LONG k = 0; k < kPairsInAdvance; ++k) EnsurePair(property, k);
         // The default falloff maps the range linearly: keys (0, 0) and (100, 1).
         FCurve falloff(property.GetParameter(L"Falloff").GetValue());

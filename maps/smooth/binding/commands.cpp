@@ -6,15 +6,7 @@ using namespace XSI;
 using namespace orbelin;
 using namespace orbelin::smooth;
 
-namespace {
-
-void Install(const CRef& weightMap, CustomProperty& property) {
-    ApplyOperator(ThisTool().op, ObjectConnectionSet(weightMap, property));
-}
-
-}  // namespace
-
 SICALLBACK Orbelin_zrSmoothMapApplyCmd_Execute(CRef&) {
     return CallbackGuard(L"Orbelin_zrSmoothMapApplyCmd_Execute",
-                         [&] { return ApplyToolCommand(ThisTool(), L"Apply SmoothMap", Install); });
+                         [&] { return ApplyToolCommand(ThisTool(), L"Apply SmoothMap"); });
 }

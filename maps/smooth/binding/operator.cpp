@@ -45,7 +45,7 @@ const PackedNeighbours& NeighboursFor(OperatorState& state, bool faces) {
     return faces ? state.faces : state.edges;
 }
 
-void EvaluateNow(OperatorState& state, LiveInputs& in) {
+CDoubleArray& EvaluateNow(OperatorState& state, LiveInputs& in) {
     in.property.PutParameterValue(L"OperatorFullPath", CValue(in.op.GetFullName()));
     const CDoubleArray weights = in.map.GetElements().GetArray();
     const CLongArray cluster = Cluster(in.op.GetPortAt(1, 0, 0).GetTarget()).GetElements().GetArray();
@@ -68,27 +68,12 @@ void EvaluateNow(OperatorState& state, LiveInputs& in) {
     if (stats.withoutNeighbours > 0)
         LogWarning(L"Smooth Map: " + CValue(static_cast<LONG>(stats.withoutNeighbours)).GetAsText() +
                    L" point(s) without neighbours; their weight was kept.");
+    return state.out;
 }
 
 }  // namespace
 
 }  // namespace orbelin::smooth
 
-using namespace orbelin;
-using namespace orbelin::smooth;
-
-XSIPLUGINCALLBACK CStatus zrSmoothMapOp_Init(UpdateContext& ctxt, LONG) {
-    return InitOperator<OperatorState>(ctxt, L"zrSmoothMapOp_Init");
-}
-
-XSIPLUGINCALLBACK CStatus zrSmoothMapOp_Update(UpdateContext& ctxt, OutputPort& output) {
-    return UpdateOverFrameCache<OperatorState>(ctxt, output, kExecution, L"zrSmoothMapOp_Update",
-                                               [](OperatorState& state, LiveInputs& in) -> CDoubleArray& {
-                                                   EvaluateNow(state, in);
-                                                   return state.out;
-                                               });
-}
-
-XSIPLUGINCALLBACK CStatus zrSmoothMapOp_Term(UpdateContext& ctxt, LONG) {
-    return TermOperator<OperatorState>(ctxt, L"zrSmoothMapOp_Term");
-}
+ORBELIN_FRAME_CACHE_OPERATOR(zrSmoothMapOp, orbelin::smooth::OperatorState, orbelin::smooth::kExecution,
+                              orbelin::smooth::EvaluateNow)

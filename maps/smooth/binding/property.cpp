@@ -51,11 +51,7 @@ using namespace orbelin::smooth;
 SICALLBACK Orbelin_zrSmoothMapProp_Define(CRef& in_ctxt) {
     return CallbackGuard(L"Orbelin_zrSmoothMapProp_Define", [&] {
         CustomProperty property(Context(in_ctxt).GetSource());
-        for (LONG i = 0; i < kParamCount; ++i) {
-            if (i == kStartFrame) AddParameter(property, kRows[i], PlayControlValue(L"PlayControl.In"));
-            else if (i == kEndFrame) AddParameter(property, kRows[i], PlayControlValue(L"PlayControl.Out"));
-            else AddParameter(property, kRows[i]);
-        }
+        DefineParameters(property, kRows, kStartFrame, kEndFrame);
         return CStatus(CStatus::OK);
     });
 }
