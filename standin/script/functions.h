@@ -125,5 +125,7 @@ void RegisterValueFunctions(lua_State* L);
 void RegisterWeightMapFunctions(lua_State* L);
 void RegisterPreviewFunctions(lua_State* L);
 void RegisterLogFunctions(lua_State* L);
+void RegisterFCurveFunctions(lua_State* L);
+void RegisterObjectFunctions(lua_State* L);
 
 }  // namespace standin::scripting
