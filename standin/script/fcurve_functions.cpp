@@ -116,21 +116,25 @@ int SetFCurveKeys(lua_State* L) {
     });
 }
 
+// The curve's interpolation or extrapolation, a host code from `lo` to `hi` as argument 2.
+template <class Put>
+int SetCurveCode(lua_State* L, const char* function, const char* what, int lo, int hi, Put put) {
+    XSI::FCurve curve = CurveOf(L, function);
+    put(curve, Whole(ArgNumber(L, 2, what), function, (std::string("the ") + what).c_str(), lo, hi));
+    return 0;
+}
+
 int SetFCurveInterpolation(lua_State* L) {
     return Safe(L, [](lua_State* L) {
-        XSI::FCurve curve = CurveOf(L, "SetFCurveInterpolation");
-        int code = Whole(ArgNumber(L, 2, "an interpolation"), "SetFCurveInterpolation", "the interpolation", 0, 3);
-        curve.PutInterpolation(static_cast<XSI::siFCurveInterpolation>(code));
-        return 0;
+        return SetCurveCode(L, "SetFCurveInterpolation", "interpolation", 0, 3,
+                            [](XSI::FCurve& c, int code) { c.PutInterpolation(static_cast<XSI::siFCurveInterpolation>(code)); });
     });
 }
 
 int SetFCurveExtrapolation(lua_State* L) {
     return Safe(L, [](lua_State* L) {
-        XSI::FCurve curve = CurveOf(L, "SetFCurveExtrapolation");
-        int code = Whole(ArgNumber(L, 2, "an extrapolation"), "SetFCurveExtrapolation", "the extrapolation", 1, 4);
-        curve.PutExtrapolation(static_cast<XSI::siFCurveExtrapolation>(code));
-        return 0;
+        return SetCurveCode(L, "SetFCurveExtrapolation", "extrapolation", 1, 4,
+                            [](XSI::FCurve& c, int code) { c.PutExtrapolation(static_cast<XSI::siFCurveExtrapolation>(code)); });
     });
 }
 
