@@ -269,12 +269,10 @@ CStatus AddConnexionCommand(CRef& context, const LiveTool& tool, PageBuilder reb
     if (objects.GetCount() == 0) PickAndAddConnexion(tool, path);
     for (LONG i = 0; i < objects.GetCount(); ++i) {
         CRef object = objects[i].m_t == CValue::siRef ? CRef(objects[i]) : CRef();
-        // Given objects are taken through their primitive, and a weight map as it is by the
-        // tools that mix weight maps; anything else is asked for again.
+        // Given objects are taken through their primitive; anything else is asked for again.
         CRef target;
         if (object.IsA(XSI::siX3DObjectID)) target = XSI::X3DObject(object).GetActivePrimitive().GetRef();
         else if (object.IsA(XSI::siPrimitiveID)) target = object;
-        else if (object.IsA(XSI::siClusterPropertyID) && CString(tool.pickFilter) == CString(L"property")) target = object;
         if (!target.IsValid()) PickAndAddConnexion(tool, path);
         else AddConnexion(path, target, tool.connexionGroup);
     }

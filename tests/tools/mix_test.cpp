@@ -57,8 +57,12 @@ struct MixTest : ::testing::Test {
         for (double v : weights) a.Add(v);
         ASSERT_EQ(ClusterProperty(map).GetElements().PutArray(a), CStatus::OK);
     }
+    // A weight map given to the command is asked for again with a pick (the command takes given
+    // 3D objects and primitives only), so the user's answer is queued first.
     void Connect(const CRef& object) {
+        if (object.IsA(siClusterPropertyID)) host.PickQueue().push_back({std::wstring(object.GetAsText().GetWideString()), 1, 0});
         ASSERT_EQ(Run(L"Orbelin_zrMixMapAddConnexionCmd", {CValue(kProp.c_str()), CValue(object)}), CStatus::OK);
+        EXPECT_TRUE(host.PickQueue().empty());
     }
     void Set(const std::wstring& param, const CValue& v) { ASSERT_EQ(host.SetValue(kProp + L"." + param, v), CStatus::OK); }
     CValue Get(const std::wstring& param) {
