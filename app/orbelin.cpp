@@ -87,26 +87,29 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
     return standin::RunScript(host, file, std::cerr);
 }
 
-// The demo scene: beside the command (<prefix>/share/orbelin/examples), else in the source
+// The examples the demo runs, in order; each writes into its own folder under the output folder.
+constexpr const char* kDemoExamples[] = {"proximity", "mix"};
+
+// Where an example is: beside the command (<prefix>/share/orbelin/examples), else in the source
 // tree the command was built from.
-std::vector<fs::path> DemoScriptPlaces() {
+std::vector<fs::path> ExamplePlaces(const std::string& name) {
     std::vector<fs::path> places;
-    if (fs::path prefix = Prefix(); !prefix.empty()) places.push_back(prefix / "share" / "orbelin" / "examples" / "proximity.lua");
-    places.push_back(fs::path(ORBELIN_EXAMPLES_DIR) / "proximity.lua");
+    if (fs::path prefix = Prefix(); !prefix.empty()) places.push_back(prefix / "share" / "orbelin" / "examples" / (name + ".lua"));
+    places.push_back(fs::path(ORBELIN_EXAMPLES_DIR) / (name + ".lua"));
     return places;
 }
 
-// Runs the proximity example with its results in `out`/proximity, then lists the pictures.
-int Demo(const fs::path& outArg, const fs::path& plugin) {
-    std::vector<fs::path> places = DemoScriptPlaces();
+// Runs one example in a scene of its own with its results in `out`/`name`, then lists the
+// pictures it wrote.
+int RunExample(const std::string& name, const fs::path& out, const fs::path& plugin) {
+    std::vector<fs::path> places = ExamplePlaces(name);
     auto script = std::find_if(places.begin(), places.end(), [](const fs::path& p) { return fs::is_regular_file(p); });
     if (script == places.end()) {
-        std::cerr << "orbelin: the demo scene proximity.lua is missing; looked in:\n";
+        std::cerr << "orbelin: the demo scene " << name << ".lua is missing; looked in:\n";
         for (const fs::path& p : places) std::cerr << "  " << p.string() << "\n";
         return 1;
     }
-    const fs::path out = fs::absolute(outArg).lexically_normal();
-    const fs::path results = out / "proximity";
+    const fs::path results = out / name;
     standin::Host host(out);
     host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
     if (!Load(host, plugin)) return 1;
@@ -125,9 +128,17 @@ int Demo(const fs::path& outArg, const fs::path& plugin) {
     for (const fs::directory_entry& e : fs::directory_iterator(results))
         if (e.is_regular_file() && e.path().extension() == ".png" && e.last_write_time() >= started) pictures.push_back(e.path());
     std::sort(pictures.begin(), pictures.end());
-    std::cout << "\nPictures written (" << pictures.size() << "):\n";
+    std::cout << "\n" << name << ": pictures written (" << pictures.size() << "):\n";
     for (const fs::path& p : pictures) std::cout << "  " << p.string() << "\n";
     std::cout << "in " << results.string() << " (with the weights as CSV)\n";
+    return 0;
+}
+
+// Runs every example of the demo, each into its own folder under `outArg`.
+int Demo(const fs::path& outArg, const fs::path& plugin) {
+    const fs::path out = fs::absolute(outArg).lexically_normal();
+    for (const char* name : kDemoExamples)
+        if (int rc = RunExample(name, out, plugin); rc != 0) return rc;
     return 0;
 }
 

@@ -34,6 +34,12 @@
 //         title = text;  width = pixels (960);  height = pixels (640)
 //   LogMessage(text[, severity]);  LogMessages([from]) -> {{severity=, text=} ...};  LogCount()
 //   CancelProgressAfter(n)
+//   GetFCurveKeys(param) -> {{time, value, interpolation, lx, ly, rx, ry} ...}, interpolation, extrapolation
+//   SetFCurveKeys(param, {{time, value[, interpolation[, lx, ly, rx, ry]]} ...});  SetFCurveInterpolation(param, code)
+//   SetFCurveExtrapolation(param, code)
+//   CreateCluster(object, "pnt" | "edge" | "poly" | "sample", {indices}[, name]) -> path
+//   GetParameters(property) -> {{name=, label=, type=, caps=, default=, min=, max=, softmin=, softmax=} ...}
+//   ClassName(path);  TypeName(path)
 #pragma once
 
 #include <filesystem>

@@ -1,0 +1,87 @@
+// The Mix Map's property: Define, the page and its events.
+#include "maps/mix/binding/mix_tool.h"
+#include "shell/guard.h"
+#include "shell/log.h"
+#include "shell/page.h"
+#include "xsi_context.h"
+#include "xsi_operator.h"
+#include "xsi_port.h"
+#include "xsi_ppglayout.h"
+
+using namespace XSI;
+
+namespace orbelin::mix {
+
+void BuildLayout(CustomProperty& property) {
+    PPGLayout layout = property.GetPPGLayout();
+    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/mixmap.html"));
+    layout.Clear();
+
+    layout.AddTab(L"Weightmap Mixer");
+    layout.AddGroup(L"Execution State");
+    layout.AddItem(L"Enable", L"Enable");
+    layout.EndGroup();
+    layout.AddGroup(L"Mode");
+    PPGItem mode = layout.AddEnumControl(
+        L"OpMode",
+        EnumItems({{L" Hold ", 0}, {L" Live - Average ", 1}, {L" Live - Addititive ", 2}, {L" Live - Maximum ", 3}}),
+        L"Mode");
+    mode.PutAttribute(siUINoLabel, CValue(true));
+    layout.EndGroup();
+    layout.AddGroup(L"Post-Process");
+    layout.AddEnumControl(L"OpWeightPostProcess", EnumItems({{L" None ", 0}, {L" Clamp ", 1}, {L" Change Range ", 2}}),
+                          L"Post-Process");
+    layout.AddItem(L"RangeMin", L"Min");
+    layout.AddItem(L"RangeMax", L"Max");
+    layout.EndGroup();
+
+    layout.AddTab(L"Connexions");
+    layout.AddRow();
+    layout.AddButton(L"Connect", L"Add Connexion");
+    layout.AddButton(L"RemoveAll", L"Remove All Connexion");
+    layout.EndRow();
+    CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
+    if (!op.IsValid()) {
+        LogError(L"Operator zrWeightMapMixer not found!");
+        return;
+    }
+    const LONG group = ThisTool().connexionGroup;
+    const LONG count = Operator(op).GetNumInstancesInGroup(group);
+    for (LONG k = 0; k < count; ++k) {
+        CString n(CValue(k).GetAsText());
+        EnsureConnexionPair(property, k, kEnabledRow, kPageFactorRow);
+        layout.AddGroup(Operator(op).GetPortAt(0, group, k).GetTarget().GetAsText());
+        layout.AddRow();
+        layout.AddItem(L"Enabled_" + n, L"Enabled");
+        layout.AddButton(L"Remove_" + n, L"Remove");
+        layout.EndRow();
+        layout.AddItem(L"WeightMap_" + n, L"WeightMap");
+        layout.AddItem(L"Factor_" + n, L"Factor");
+        layout.EndGroup();
+    }
+}
+
+}  // namespace orbelin::mix
+
+using namespace orbelin;
+using namespace orbelin::mix;
+
+SICALLBACK Orbelin_zrMixMapProp_Define(CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrMixMapProp_Define", [&] {
+        CustomProperty property(Context(in_ctxt).GetSource());
+        for (const ParamRow& row : kRows) AddParameter(property, row);
+        for (LONG k = 0; k < kPairsInAdvance; ++k) EnsureConnexionPair(property, k, kEnabledRow, kFactorRow);
+        return CStatus(CStatus::OK);
+    });
+}
+
+SICALLBACK Orbelin_zrMixMapProp_DefineLayout(CRef& in_ctxt) {
+    (void)in_ctxt;  // the page is built when it opens: it shows the operator's connexions
+    return CStatus::OK;
+}
+
+SICALLBACK Orbelin_zrMixMapProp_PPGEvent(const CRef& in_ctxt) {
+    static const ConnexionPage page{L"Orbelin_zrMixMapAddConnexionCmd", L"Orbelin_zrMixMapRemoveConnexionCmd", {},
+                                    RemoveButtonRule::FourDigitsAfterUnderscoreAt6, BuildLayout};
+    return CallbackGuard(L"Orbelin_zrMixMapProp_PPGEvent", [&] { return ConnexionPageEvent(in_ctxt, page); });
+}
