@@ -206,13 +206,18 @@ CStatus PolygonMesh::Get(MATH::CVector3Array& out_vertices, CLongArray& out_poly
     const mesh::PolyMesh& pm = m->mesh;
     out_vertices.Resize(pm.VertexCount());
     auto pos = pm.Positions();
-    for (int32_t i = 0; i < pm.VertexCount(); ++i)
-        out_vertices[i].Set(pos[static_cast<size_t>(i)].x, pos[static_cast<size_t>(i)].y, pos[static_cast<size_t>(i)].z);
-    out_polygonData.Clear();
+    MATH::CVector3* to = out_vertices.GetData();
+    for (size_t i = 0; i < pos.size(); ++i) to[i] = MATH::CVector3(pos[i].x, pos[i].y, pos[i].z);
+    // Sized once and filled in place: a million polygons are five million values.
+    size_t total = 0;
+    for (int32_t p = 0; p < pm.PolygonCount(); ++p) total += 1 + pm.PolygonVertices(p).size();
+    out_polygonData.Resize(static_cast<LONG>(total));
+    LONG* data = out_polygonData.GetData();
+    size_t at = 0;
     for (int32_t p = 0; p < pm.PolygonCount(); ++p) {
         auto corners = pm.PolygonVertices(p);
-        out_polygonData.Add(static_cast<LONG>(corners.size()));
-        for (int32_t v : corners) out_polygonData.Add(v);
+        data[at++] = static_cast<LONG>(corners.size());
+        for (int32_t v : corners) data[at++] = v;
     }
     return CStatus::OK;
 }
