@@ -1,6 +1,8 @@
 // Preview pictures from scripts: what RenderPreview draws and where, its errors, and the
 // proximity example that makes pictures of its wet trail.
 #include <gtest/gtest.h>
+
+#include <algorithm>
 #include <png.h>
 #include <unistd.h>
 
@@ -219,6 +221,54 @@ TEST(ProximityExample, WritesWeightsAndAPictureOfTheTrailWhereItIsTold) {
         }
     EXPECT_GT(yellow, 2000);
     EXPECT_GT(purple, yellow);
+    fs::remove_all(dir);
+}
+
+// The Mix and Smooth examples as the demo runs them, each into its own folder: the mix is the
+// average of its two inputs, and smoothing takes the noise down.
+std::vector<double> CsvWeights(const fs::path& file) {
+    std::ifstream csv(file);
+    std::string line;
+    std::vector<double> out;
+    std::getline(csv, line);
+    while (std::getline(csv, line)) out.push_back(std::stod(line.substr(line.rfind(',') + 1)));
+    return out;
+}
+
+TEST(MixAndSmoothExamples, WriteTheirResultsWhereTheyAreTold) {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_mix_smooth_examples_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    for (const char* example : {"mix", "smooth"}) {
+        standin::Host host(fs::temp_directory_path());
+        host.GetLog().SetEcho(false);
+        ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+        std::ostringstream err;
+        ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / (std::string(example) + ".lua"), err,
+                                     {{"OUTPUT_DIR", (dir / "results").string()}, {"LAST_FRAME", 8.0}}),
+                  0)
+            << example << ": " << err.str();
+    }
+    const fs::path mix = dir / "results" / "mix", smooth = dir / "results" / "smooth";
+    for (const char* file : {"ball_frame08.png", "hoop_frame08.png", "mix_frame08.png"}) EXPECT_TRUE(fs::exists(mix / file)) << file;
+    std::vector<double> mixed = CsvWeights(mix / "mix_frame08.csv");
+    ASSERT_EQ(mixed.size(), 81u * 81u);
+    EXPECT_GT(*std::max_element(mixed.begin(), mixed.end()), 0.2);
+    EXPECT_LE(*std::max_element(mixed.begin(), mixed.end()), 1.0);
+    // Smoothing lowers the spread of the weights; more passes lower it more.
+    auto spread = [](const std::vector<double>& w) {
+        double mean = 0, var = 0;
+        for (double v : w) mean += v;
+        mean /= static_cast<double>(w.size());
+        for (double v : w) var += (v - mean) * (v - mean);
+        return var / static_cast<double>(w.size());
+    };
+    const std::vector<double> noise = CsvWeights(smooth / "noise.csv"), once = CsvWeights(smooth / "radius1_repeat1.csv"),
+                              five = CsvWeights(smooth / "radius1_repeat5.csv");
+    ASSERT_EQ(noise.size(), 61u * 61u);
+    ASSERT_EQ(once.size(), noise.size());
+    EXPECT_LT(spread(once), spread(noise) * 0.8);
+    EXPECT_LT(spread(five), spread(once));
+    EXPECT_TRUE(fs::exists(smooth / "radius3_repeat5.png"));
     fs::remove_all(dir);
 }
 
