@@ -51,6 +51,18 @@ void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& 
     }
 }
 
+void AddConnexionGroup(XSI::PPGLayout& layout, const CString& label, LONG k) {
+    const CString n(CValue(k).GetAsText());
+    layout.AddGroup(label);
+    layout.AddRow();
+    layout.AddItem(L"Enabled_" + n, L"Enabled");
+    layout.AddButton(L"Remove_" + n, L"Remove");
+    layout.EndRow();
+    layout.AddItem(L"WeightMap_" + n, L"WeightMap");
+    layout.AddItem(L"Factor_" + n, L"Factor");
+    layout.EndGroup();
+}
+
 bool RemoveButtonIndex(const CString& button, RemoveButtonRule rule, LONG& k) {
     const std::wstring name = button.GetWideString();
     if (rule == RemoveButtonRule::NumberAfterPrefix) {

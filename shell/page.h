@@ -11,6 +11,7 @@
 #include "shell/installation.h"
 #include "shell/parameters.h"
 #include "xsi_customproperty.h"
+#include "xsi_ppglayout.h"
 #include "xsi_ref.h"
 #include "xsi_value.h"
 
@@ -28,6 +29,10 @@ void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> r
 
 // Adds "Enabled_" + k and "Factor_" + k, described by the two rows, when the property lacks them.
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow);
+
+// The group of connexion k on a page: a row of "Enabled_" + k and its "Remove_" + k button, then
+// the items "WeightMap_" + k and "Factor_" + k, under `label`.
+void AddConnexionGroup(XSI::PPGLayout& layout, const XSI::CString& label, LONG k);
 
 // How a tool's "Remove_" buttons name their connexion.
 enum class RemoveButtonRule {

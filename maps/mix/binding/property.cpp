@@ -48,16 +48,8 @@ void BuildLayout(CustomProperty& property) {
     const LONG group = ThisTool().connexionGroup;
     const LONG count = Operator(op).GetNumInstancesInGroup(group);
     for (LONG k = 0; k < count; ++k) {
-        CString n(CValue(k).GetAsText());
         EnsureConnexionPair(property, k, kEnabledRow, kPageFactorRow);
-        layout.AddGroup(Operator(op).GetPortAt(0, group, k).GetTarget().GetAsText());
-        layout.AddRow();
-        layout.AddItem(L"Enabled_" + n, L"Enabled");
-        layout.AddButton(L"Remove_" + n, L"Remove");
-        layout.EndRow();
-        layout.AddItem(L"WeightMap_" + n, L"WeightMap");
-        layout.AddItem(L"Factor_" + n, L"Factor");
-        layout.EndGroup();
+        AddConnexionGroup(layout, Operator(op).GetPortAt(0, group, k).GetTarget().GetAsText(), k);
     }
 }
 

@@ -68,17 +68,9 @@ void BuildLayout(CustomProperty& property) {
     }
     LONG count = Operator(op).GetNumInstancesInGroup(ThisTool().connexionGroup);
     for (LONG k = 0; k < count; ++k) {
-        CString n(CValue(k).GetAsText());
         EnsurePair(property, k);
         CRef target = Operator(op).GetPortAt(0, ThisTool().connexionGroup, k).GetTarget();
-        layout.AddGroup(SIObject(target).GetParent().GetAsText());
-        layout.AddRow();
-        layout.AddItem(L"Enabled_" + n, L"Enabled");
-        layout.AddButton(L"Remove_" + n, L"Remove");
-        layout.EndRow();
-        layout.AddItem(L"WeightMap_" + n, L"WeightMap");
-        layout.AddItem(L"Factor_" + n, L"Factor");
-        layout.EndGroup();
+        AddConnexionGroup(layout, SIObject(target).GetParent().GetAsText(), k);
     }
 }
 
