@@ -102,8 +102,7 @@ double Distance(const Point& a, const Point& b) {
     return std::sqrt(dx * dx + dy * dy + dz * dz);
 }
 
-// What one evaluation shares between its connexions. Each worker takes a copy of its own,
-// curve included: nothing a worker reads in its inner loop sits next to what another writes.
+// What one evaluation shares between its connexions, read by every worker and written by none.
 struct Setting {
     double nearR, farR, width;
     Falloff falloff;
@@ -211,7 +210,7 @@ void Run(std::span<const Point> elements, std::span<const double> base, std::spa
             pointSetD(c, setting, D, forElements);
         } else {
             forElements([&](size_t begin, size_t end) {
-                const Setting s = setting;
+                const Setting& s = setting;
                 for (size_t i = begin; i < end; ++i) {
                     D[i] = s.farR;
                     if (i < c.distances.size()) {
@@ -278,7 +277,7 @@ RangeUsed Evaluate(std::span<const Point> elements, std::span<const double> base
             if (reach.kind == Reach::Everywhere) {
                 // No distance is too far for this curve: every candidate is looked at.
                 forElements([&](size_t begin, size_t end) {
-                    const Setting s = setting;
+                    const Setting& s = setting;
                     for (size_t i = begin; i < end; ++i) D[i] = MeanOverAll(s, elements[i], c.points->Points());
                 });
                 return;
@@ -286,7 +285,7 @@ RangeUsed Evaluate(std::span<const Point> elements, std::span<const double> base
             const double radius = ReachRadius(reach, setting.nearR, setting.width);
             c.points->Prepare(radius);
             forElements([&](size_t begin, size_t end) {
-                const Setting s = setting;
+                const Setting& s = setting;
                 const PointIndex& index = *c.points;
                 const bool tail = reach.kind == Reach::ConstantTail;
                 const double tailR = reach.tailR;
