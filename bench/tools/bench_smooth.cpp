@@ -1,7 +1,7 @@
 // The Smooth Map at production size, through the stand-in with the plug-in loaded: a 1,000 x
 // 1,000 grid (1,002,001 points) whose noisy weight map is smoothed over edge neighbours. Its
-// Radius holds 1 to 10 (1: the neighbours and theirs), so one ring alone is not a setting of
-// the property and is not timed here.
+// Radius 0 (the plain neighbour list, one ring) lies below the property's range and is set the
+// way a script sets it; Radius 1 reaches the neighbours and theirs.
 //
 // Each case times updates (the input weights changed, the map evaluated) beside the
 // straightforward version of the same smoothing: the definition followed literally, asking the
@@ -149,6 +149,12 @@ void SmoothCase(benchmark::State& state, int radius, int repeat, bool straightfo
     state.counters["per_pass_ms"] = update * 1e3 / std::max(repeat, 1);
     std::printf("radius %d, repeat %d: one update %.1f ms (%.1f ms a pass)", radius, repeat, update * 1e3,
                 update * 1e3 / std::max(repeat, 1));
+    if (radius == 0) {
+        // One ring, one pass: what a widely used package's weight smoothing takes per pass on
+        // this grid here is about 0.1 s.
+        state.counters["ratio"] = update / 0.1;
+        std::printf("; ratio to 0.1 s a pass %.2f (at most 1 wanted)", update / 0.1);
+    }
     if (straightforward) {
         const std::vector<double> ours = scene.Evaluate();
         Straightforward plain(XSI::X3DObject(scene.floor).GetActivePrimitive().GetGeometry().GetRef());
@@ -164,6 +170,9 @@ void SmoothCase(benchmark::State& state, int radius, int repeat, bool straightfo
     }
     std::printf("\n");
 }
+
+void BM_SmoothRadius0(benchmark::State& state) { SmoothCase(state, 0, 1, false); }
+BENCHMARK(BM_SmoothRadius0)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 void BM_SmoothRadius1(benchmark::State& state) { SmoothCase(state, 1, 1, true); }
 BENCHMARK(BM_SmoothRadius1)->Unit(benchmark::kMillisecond)->Iterations(1);

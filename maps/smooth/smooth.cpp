@@ -65,10 +65,21 @@ Gathered GatherWalk(const Neighbours& nb, const double* cur, uint32_t p, int64_t
         if (marks[n] == gen) continue;
         g.sum += cur[n];
         ++g.count;
-        if (f.depth <= radius) {
+        if (f.depth < radius) {
             marks[n] = gen;
             const int64_t depth = f.depth + 1;
             w.stack.push_back({n, offsets[n], depth});  // may move f: not used after this
+        } else if (f.depth == radius) {
+            // n's walk is the last depth: it marks n and counts its unmarked neighbours without
+            // walking them, so nothing changes the marks while it runs. Done here, in the order
+            // the walk would take, instead of through the stack.
+            marks[n] = gen;
+            for (uint32_t i = offsets[n], e = offsets[n + 1]; i < e; ++i) {
+                const uint32_t m = indices[i];
+                if (marks[m] == gen) continue;
+                g.sum += cur[m];
+                ++g.count;
+            }
         }
     }
     return g;

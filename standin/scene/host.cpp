@@ -387,7 +387,7 @@ CStatus Host::SetValue(const std::wstring& path, const CValue& value) {
         SetFrame(static_cast<double>(value));
         return CStatus::OK;
     }
-    if (!p->Assign(value)) return CStatus::InvalidArgument;
+    if (!p->Assign(value, ParameterNode::Range::Keep)) return CStatus::InvalidArgument;
     NotifyParameterChanged(r);
     return CStatus::OK;
 }

@@ -152,7 +152,8 @@ public:
     // Runs the property's PPGEvent for a changed parameter when its page is open.
     void NotifyParameterChanged(const CRef& parameter);
 
-    // Value access by path, as the GetValue / SetValue commands do.
+    // Value access by path, as the GetValue / SetValue commands do. SetValue keeps a finite
+    // number past the parameter's range (a page or PutValue would clamp it); NaN is refused.
     CStatus GetValue(const std::wstring& path, CValue& out) const;
     CStatus SetValue(const std::wstring& path, const CValue& value);
 

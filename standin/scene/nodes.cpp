@@ -23,7 +23,7 @@ CValue ParameterNode::ValueAt(double frame) const {
     return value;
 }
 
-bool ParameterNode::Assign(const CValue& v) {
+bool ParameterNode::Assign(const CValue& v, Range range) {
     if (isFCurveParameter) return false;
     CValue converted(v);
     if (type == CValue::siString) {
@@ -35,7 +35,7 @@ bool ParameterNode::Assign(const CValue& v) {
         if (type != CValue::siBool && (!min.IsEmpty() || !max.IsEmpty()) && std::isnan(static_cast<double>(v))) return false;
         converted.ChangeType(type);
         if (converted.m_t != type) return false;
-        if (type != CValue::siBool) {
+        if (type != CValue::siBool && (range == Range::Clamp || !std::isfinite(static_cast<double>(v)))) {
             double d = static_cast<double>(converted);
             if (!min.IsEmpty() && d < static_cast<double>(min)) converted = min, converted.ChangeType(type);
             if (!max.IsEmpty() && d > static_cast<double>(max)) converted = max, converted.ChangeType(type);

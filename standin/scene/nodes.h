@@ -52,7 +52,11 @@ struct ParameterNode : Object {
     // The value at a frame: the animation when there is one, else the static value.
     CValue ValueAt(double frame) const;
     // Converts `v` to the parameter's type and clamps it to its range; false when it cannot.
-    bool Assign(const CValue& v);
+    // Scripts (the SetValue command) may set a finite value past the range, as the host lets
+    // them: the range bounds what the page and the object model's PutValue accept, and an
+    // infinity always comes to the range's end.
+    enum class Range { Clamp, Keep };
+    bool Assign(const CValue& v, Range range = Range::Clamp);
     void Children(std::vector<Object*>& out) const override;
 };
 

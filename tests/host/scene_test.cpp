@@ -209,6 +209,11 @@ TEST_F(SceneTest, CustomPropertyParametersKeepTypesRangesAndOrder) {
     EXPECT_EQ(static_cast<LONG>(prop.GetParameterValue(CString(L"Mode"))), 1);
     EXPECT_EQ(prop.PutParameterValue(CString(L"Near"), CValue(25.0)), CStatus::OK);
     EXPECT_EQ(static_cast<double>(prop.GetParameterValue(CString(L"Near"))), 10.0);  // clamped to the range
+    // A script may go past the range with a finite number; an infinity comes to the range's end.
+    EXPECT_EQ(host.SetValue(L"grid.Settings.Near", CValue(25.0)), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(prop.GetParameterValue(CString(L"Near"))), 25.0);
+    EXPECT_EQ(host.SetValue(L"grid.Settings.Near", CValue(-HUGE_VAL)), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(prop.GetParameterValue(CString(L"Near"))), -10.0);
     EXPECT_EQ(prop.PutParameterValue(CString(L"Mode"), CValue(2.7)), CStatus::OK);
     EXPECT_EQ(prop.GetParameterValue(CString(L"Mode")).m_t, CValue::siInt4);
     EXPECT_EQ(Text(prop.GetParameterValue(CString(L"Path")).GetAsText()), L"");

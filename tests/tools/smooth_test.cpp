@@ -187,15 +187,27 @@ TEST_F(SmoothTest, EveryRadiusAndNeighbourhoodIsTheRecursiveDefinition) {
     for (double v : w) EXPECT_EQ(v, 1.0);  // the whole grid is in the cluster: nothing outside
 }
 
-// Radius 0 and Repeat 0 lie below their ranges: the host brings them to 1, so the map is the
-// one of a single pass over the radius-1 walk (the kernel's tests cover what 0 would do).
-TEST_F(SmoothTest, RadiusAndRepeatBelowTheirRangesActAsOneAndClampActsAtEveryPass) {
+// Radius 0 and Repeat 0 lie below their ranges: a script may still set them (the object model's
+// PutValue clamps). Radius 0 averages the plain neighbour list; Repeat 0 makes no pass, so
+// the map is all zero.
+TEST_F(SmoothTest, RadiusAndRepeatBelowTheirRangesFromScriptsAndClampAtEveryPass) {
     std::vector<double> in = SetInput(0.5, 1.0);
     Set(L"Radius", CValue(LONG(0)));
+    EXPECT_EQ(static_cast<LONG>(Get(L"Radius")), 0);
+    for (bool faces : {false, true}) {
+        Settings direct{0, 1, 0, faces};
+        Use(direct);
+        in = SetInput(0.5, 1.0);
+        EXPECT_EQ(Weights(), Reference(grid, kMap, in, direct)) << "faces " << faces;
+    }
     Set(L"Repeat", CValue(LONG(0)));
-    EXPECT_EQ(static_cast<LONG>(Get(L"Radius")), 1);
+    EXPECT_EQ(static_cast<LONG>(Get(L"Repeat")), 0);
+    for (double v : Weights()) EXPECT_EQ(v, 0.0);
+    CustomProperty prop(host.Find(kProp));
+    EXPECT_EQ(prop.PutParameterValue(CString(L"Repeat"), CValue(LONG(-4))), CStatus::OK);
     EXPECT_EQ(static_cast<LONG>(Get(L"Repeat")), 1);
-    EXPECT_EQ(Weights(), Reference(grid, kMap, in, Settings{}));
+    EXPECT_EQ(prop.PutParameterValue(CString(L"Radius"), CValue(LONG(40))), CStatus::OK);
+    EXPECT_EQ(static_cast<LONG>(Get(L"Radius")), 10);
     Settings s{1, 3, 1, false, 0.2, 0.6};
     Use(s);
     in = SetInput(-2.0, 3.0);
