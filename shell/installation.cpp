@@ -240,8 +240,8 @@ CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTo
     return CStatus::OK;
 }
 
-CStatus ApplyToolCommand(const LiveTool& tool, const CString& bannerTitle, Installer install) {
-    LogBanner(bannerTitle);
+CStatus ApplyToolCommand(const LiveTool& tool, Installer install) {
+    LogBanner(tool.applyTitle);
     XSI::CRefArray maps = ResolveTargets(tool.defaultMapName);
     for (LONG i = 0; i < maps.GetCount(); ++i) {
         const CRef& map = maps[i];
@@ -282,10 +282,16 @@ CStatus AddConnexionCommand(CRef& context, const LiveTool& tool, PageBuilder reb
     if (objects.GetCount() == 0) PickAndAddConnexion(tool, path);
     for (LONG i = 0; i < objects.GetCount(); ++i) {
         CRef object = objects[i].m_t == CValue::siRef ? CRef(objects[i]) : CRef();
-        // Given objects are taken through their primitive; anything else is asked for again.
+        // Given objects are taken through their primitive (or, for tools that mix maps, as the
+        // weight maps they are); anything else is asked for again.
         CRef target;
-        if (object.IsA(XSI::siX3DObjectID)) target = XSI::X3DObject(object).GetActivePrimitive().GetRef();
-        else if (object.IsA(XSI::siPrimitiveID)) target = object;
+        if (tool.connectsGivenWeightMaps) {
+            if (object.IsA(XSI::siClusterPropertyID)) target = object;
+        } else if (object.IsA(XSI::siX3DObjectID)) {
+            target = XSI::X3DObject(object).GetActivePrimitive().GetRef();
+        } else if (object.IsA(XSI::siPrimitiveID)) {
+            target = object;
+        }
         if (!target.IsValid()) PickAndAddConnexion(tool, path);
         else AddConnexion(path, target, tool.connexionGroup);
     }
@@ -301,7 +307,7 @@ CStatus RemoveConnexionCommand(CRef& context, const LiveTool& tool, PageBuilder 
     CValueArray args = Arguments(context);
     XSI::CustomProperty property = PropertyArgument(args, tool);
     if (!property.IsValid()) {
-        LogError(L"Please use the zr" + word + L" CustomProperty as the first argument of the command!");
+        LogError(L"Please use the " + CString(tool.removeArgumentName) + L" CustomProperty as the first argument of the command!");
         return CStatus::InvalidArgument;
     }
     LONG index = -1;

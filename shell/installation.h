@@ -4,6 +4,7 @@
 
 #include <array>
 #include <functional>
+#include <string_view>
 
 #include "xsi_customproperty.h"
 #include "xsi_ref.h"
@@ -18,23 +19,38 @@ struct LiveTool {
     const wchar_t* word;           // "ProximityMap"
     const wchar_t* defaultMapName; // name of the weight maps made for it
     const wchar_t* op;             // operator preset name
+    const wchar_t* applyTitle;     // the Apply command's banner title
     // Connexions (tools with a variable number of inputs; blockSize 0 for the others):
     LONG firstConnexionParameter;  // index of the first per-connexion parameter
     LONG blockSize;                // parameters per connexion
     LONG connexionGroup;           // the operator's port group that repeats
     const wchar_t* pickWhat;       // "Pick A " + what
     const wchar_t* pickFilter;     // picking filter
+    // The tool's name in Remove Connexion's first-argument error (some tools say "zr" + word).
+    const wchar_t* removeArgumentName;
+    // Add Connexion takes the weight maps it is given; otherwise it takes given objects through
+    // their primitive and asks for anything else.
+    bool connectsGivenWeightMaps;
 };
 
 inline constexpr std::array<LiveTool, 7> kLiveTools{{
-    {L"ProximityMap", L"ProximityWeightMap", L"zrProximityMapOp", 14, 2, 3, L"Object", L"sceneobject"},
-    {L"MixMap", L"MixWeightMap", L"zrMixMapOp", 6, 2, 2, L"WeightMap", L"property"},
-    {L"ExpressionMap", L"ExpressionWeightMap", L"zrExpressionMapOp", 19, 2, 3, L"WeightMap", L"property"},
-    {L"GradientCurveMap", L"GradientCurveWeightMap", L"zrGradientCurveMapOp", 9, 2, 3, L"Curve", L"curve"},
-    {L"CacheMap", L"CacheWeightMap", L"zrCacheMapOp", 0, 0, 0, L"", L""},
-    {L"TensionMap", L"TensionWeightMap", L"zrTensionMapOp", 0, 0, 0, L"", L""},
-    {L"SmoothMap", L"SmoothWeightMap", L"zrSmoothMapOp", 0, 0, 0, L"", L""},
+    {L"ProximityMap", L"ProximityWeightMap", L"zrProximityMapOp", L"Apply ProximityMap", 14, 2, 3, L"Object",
+     L"sceneobject", L"zrProximityMap", false},
+    {L"MixMap", L"MixWeightMap", L"zrMixMapOp", L"Apply MixMapOp", 6, 2, 2, L"WeightMap", L"property", L"MixMap", false},
+    {L"ExpressionMap", L"ExpressionWeightMap", L"zrExpressionMapOp", L"Apply ExpressionMapOp", 19, 2, 3, L"WeightMap",
+     L"property", L"zrExpressionMap", true},
+    {L"GradientCurveMap", L"GradientCurveWeightMap", L"zrGradientCurveMapOp", L"Apply GradientCurveMap", 9, 2, 3,
+     L"Curve", L"curve", L"GradientCurveMap", false},
+    {L"CacheMap", L"CacheWeightMap", L"zrCacheMapOp", L"Apply CacheMapOp", 0, 0, 0, L"", L"", L"", false},
+    {L"TensionMap", L"TensionWeightMap", L"zrTensionMapOp", L"Apply TensionMapOp", 0, 0, 0, L"", L"", L"", false},
+    {L"SmoothMap", L"SmoothWeightMap", L"zrSmoothMapOp", L"Apply SmoothMap", 0, 0, 0, L"", L"", L"", false},
 }};
+
+constexpr int ToolIndex(std::wstring_view word) {
+    for (std::size_t i = 0; i < kLiveTools.size(); ++i)
+        if (word == kLiveTools[i].word) return static_cast<int>(i);
+    return -1;
+}
 
 const LiveTool& Tool(const wchar_t* word);
 
@@ -71,7 +87,7 @@ using PageBuilder = void (*)(XSI::CustomProperty&);
 using Installer = std::function<void(const XSI::CRef& weightMap, XSI::CustomProperty& property)>;
 // Without an installer the tool's operator is applied with the connection set of a tool that
 // reads the weight map, its object and its property (port groups 0, 1 and 2).
-XSI::CStatus ApplyToolCommand(const LiveTool& tool, const XSI::CString& bannerTitle, Installer install = nullptr);
+XSI::CStatus ApplyToolCommand(const LiveTool& tool, Installer install = nullptr);
 XSI::CStatus AddConnexionCommand(XSI::CRef& context, const LiveTool& tool, PageBuilder rebuildPage);
 XSI::CStatus RemoveConnexionCommand(XSI::CRef& context, const LiveTool& tool, PageBuilder rebuildPage);
 

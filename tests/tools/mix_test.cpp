@@ -227,6 +227,21 @@ TEST_F(MixTest, RemovingConnexionsMovesTheBlocksFrom14) {
     ExpectWeights(Weights(), {0, 0, 0, 0});
 }
 
+// The connexion commands refuse a first argument that is not the tool's property, each with
+// the tool's own wording (the Mix Map's says MixMap in both, the Proximity Map's Remove zr...).
+TEST_F(MixTest, ConnexionCommandsNameTheirToolWhenRefusingTheirFirstArgument) {
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+        {L"Orbelin_zrMixMapAddConnexionCmd", L"Please use the MixMap CustomProperty as the first argument of the command!"},
+        {L"Orbelin_zrMixMapRemoveConnexionCmd", L"Please use the MixMap CustomProperty as the first argument of the command!"},
+        {L"Orbelin_zrProximityMapRemoveConnexionCmd",
+         L"Please use the zrProximityMap CustomProperty as the first argument of the command!"},
+    };
+    for (const auto& [command, message] : cases) {
+        EXPECT_EQ(Run(command, {CValue(mesh), CValue(LONG(-1))}), CStatus::InvalidArgument) << std::wstring(command);
+        EXPECT_EQ(host.GetLog().entries().back().text, std::wstring(L"[OrbelinPlugin] >> ") + message);
+    }
+}
+
 // A connexion past the thirtieth gets its pair from the page, with no influence at first.
 TEST_F(MixTest, TheThirtyFirstConnexionStartsWithFactorZero) {
     CRef a = Source(kA);

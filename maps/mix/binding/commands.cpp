@@ -1,6 +1,6 @@
 // The Mix Map's commands: apply, add and remove connexions.
 #include "maps/mix/binding/mix_tool.h"
-#include "shell/guard.h"
+#include "shell/tool_commands.h"
 #include "xsi_customproperty.h"
 
 using namespace XSI;
@@ -17,17 +17,5 @@ void Install(const CRef& weightMap, CustomProperty& property) {
 
 }  // namespace
 
-SICALLBACK Orbelin_zrMixMapApplyCmd_Execute(CRef&) {
-    return CallbackGuard(L"Orbelin_zrMixMapApplyCmd_Execute",
-                         [&] { return ApplyToolCommand(ThisTool(), L"Apply MixMapOp", Install); });
-}
-
-SICALLBACK Orbelin_zrMixMapAddConnexionCmd_Execute(CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrMixMapAddConnexionCmd_Execute",
-                         [&] { return AddConnexionCommand(in_ctxt, ThisTool(), BuildLayout); });
-}
-
-SICALLBACK Orbelin_zrMixMapRemoveConnexionCmd_Execute(CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrMixMapRemoveConnexionCmd_Execute",
-                         [&] { return RemoveConnexionCommand(in_ctxt, ThisTool(), BuildLayout); });
-}
+ORBELIN_APPLY_COMMAND(MixMap, Install)
+ORBELIN_CONNEXION_COMMANDS(MixMap, BuildLayout)
