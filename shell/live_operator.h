@@ -67,6 +67,28 @@ struct LiveInputs {
     XSI::ClusterProperty map;  // the weight map read as input (the value below this operator)
 };
 
+// Update of a tool with a record of its own shape (its own Hold rule, no frame cache): serves
+// only the output port "OutWeightMap"; when the property's Enable is off sets the record's
+// `lastMode` to -1 and writes nothing; otherwise calls body(record, inputs, output) to write.
+template <class Record, class Body>
+XSI::CStatus UpdateWithRecord(XSI::UpdateContext& ctxt, XSI::OutputPort& output, const ExecutionLayout& layout,
+                              const wchar_t* callback, Body&& body) {
+    return CallbackGuard(callback, [&] {
+        if (output.GetName() != XSI::CString(L"OutWeightMap")) return XSI::CStatus(XSI::CStatus::OK);
+        Record* record = OperatorRecord<Record>(ctxt);
+        if (!record) return XSI::CStatus(XSI::CStatus::OK);
+        XSI::Operator op = ctxt.GetOperator();
+        LiveInputs in{ctxt, op, XSI::CustomProperty(op.GetPortAt(layout.propertyPort, layout.propertyGroup, 0).GetTarget()),
+                      XSI::CParameterRefArray(), XSI::ClusterProperty(op.GetPortAt(layout.mapPort, layout.mapGroup, 0).GetTarget())};
+        in.params = in.property.GetParameters();
+        if (!ReadExecution(in.params, layout).enable) {
+            record->lastMode = -1;
+            return XSI::CStatus(XSI::CStatus::OK);
+        }
+        return XSI::CStatus(body(*record, in, output));
+    });
+}
+
 // Update of a tool whose record holds a FrameWeightCache (`record.cache`): serves only the
 // output port "OutWeightMap", then writes nothing (disabled), the held or the cached weights,
 // or calls evaluate(record, inputs, out) to fill `out` with the live result, applies Keep
@@ -115,6 +137,19 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     }                                                                                                                \
     XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
         return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", evaluate);             \
+    }                                                                                                                \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
+        return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
+    }
+
+// The same three exports for an operator whose record has its own shape: `update(record&,
+// LiveInputs&, XSI::OutputPort&)` runs when the tool is enabled and returns its status.
+#define ORBELIN_RECORD_OPERATOR(op, record, layout, update)                                                             \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Init(XSI::UpdateContext& ctxt, LONG) {                                       \
+        return orbelin::InitOperator<record>(ctxt, L## #op "_Init");                                                 \
+    }                                                                                                                \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
+        return orbelin::UpdateWithRecord<record>(ctxt, output, layout, L## #op "_Update", update);                   \
     }                                                                                                                \
     XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \

@@ -70,17 +70,13 @@ void ReadConnexion(const Operator& op, LONG k, const CParameterRefArray& params,
     c.points = View(record.points[i].GetArray(), record.points[i].GetCount());
 }
 
-CStatus Update(UpdateContext& ctxt, OutputPort& output) {
-    if (output.GetName() != CString(L"OutWeightMap")) return CStatus::OK;
-    MixRecord* record = OperatorRecord<MixRecord>(ctxt);
-    if (!record) return CStatus::OK;
-    Operator op = ctxt.GetOperator();
-    CustomProperty property(op.GetPortAt(0, 1, 0).GetTarget());
-    CParameterRefArray params = property.GetParameters();
-    if (!BoolAt(params, kEnable, true)) {
-        record->lastMode = -1;
-        return CStatus::OK;
-    }
+// The property is on group 1, the weight map read as input on group 0 with its cluster.
+constexpr ExecutionLayout kLayout{.enable = kEnable, .opMode = kOpMode, .propertyPort = 0, .propertyGroup = 1};
+
+CStatus Update(MixRecord& record, LiveInputs& live, OutputPort& output) {
+    const Operator& op = live.op;
+    CustomProperty& property = live.property;
+    const CParameterRefArray& params = live.params;
     Options options;
     options.mode = static_cast<LONG>(ParameterValue(params, kOpMode));
     options.postProcess = static_cast<LONG>(ParameterValue(params, kPostProcess));
@@ -88,35 +84,35 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
     options.rangeMax = DoubleAt(params, kRangeMax, 1.0);
     property.PutParameterValue(L"OperatorFullPath", CValue(op.GetFullName()));
 
-    ClusterProperty in(op.GetPortAt(0, 0, 0).GetTarget());
+    ClusterProperty& in = live.map;
     CClusterPropertyElementArray out = ClusterProperty(output.GetValue()).GetElements();
     if (options.mode == Hold) {
-        if (HoldCaptures(record->lastMode)) {
-            record->lastMode = Hold;
-            record->heldWeights = in.GetElements().GetArray();
+        if (HoldCaptures(record.lastMode)) {
+            record.lastMode = Hold;
+            record.heldWeights = in.GetElements().GetArray();
         }
-        out.PutArray(record->heldWeights);
+        out.PutArray(record.heldWeights);
         return CStatus::OK;
     }
-    record->lastMode = options.mode;
+    record.lastMode = options.mode;
     const LONG nIn = in.GetElements().GetCount();
     CLongArray elementPoints = Cluster(op.GetPortAt(1, 0, 0).GetTarget()).GetElements().GetArray();
     const LONG pointCount = Primitive(op.GetPortAt(2, 0, 0).GetTarget()).GetGeometry().GetPoints().GetCount();
-    record->outputCount = std::max<LONG>(out.GetCount(), 0);
+    record.outputCount = std::max<LONG>(out.GetCount(), 0);
 
     const LONG count = std::max<LONG>(op.GetNumInstancesInGroup(ThisTool().connexionGroup), 0);
-    record->connexions.resize(static_cast<size_t>(count));
-    record->weights.resize(static_cast<size_t>(count));
-    record->points.resize(static_cast<size_t>(count));
-    for (LONG k = 0; k < count; ++k) ReadConnexion(op, k, params, *record);
+    record.connexions.resize(static_cast<size_t>(count));
+    record.weights.resize(static_cast<size_t>(count));
+    record.points.resize(static_cast<size_t>(count));
+    for (LONG k = 0; k < count; ++k) ReadConnexion(op, k, params, record);
 
     // The kernel reads one point per input weight: no more than both the map and its cluster give.
     const LONG elements = std::clamp<LONG>(nIn, 0, elementPoints.GetCount());
-    CDoubleArray& result = record->heldWeights;
-    result.Resize(record->outputCount);
+    CDoubleArray& result = record.heldWeights;
+    result.Resize(record.outputCount);
     Evaluate(static_cast<size_t>(std::max<LONG>(pointCount, 0)), View(elementPoints.GetArray(), elements),
-             record->connexions, options, std::span<double>(result.GetData(), static_cast<size_t>(record->outputCount)),
-             record->workspace);
+             record.connexions, options, std::span<double>(result.GetData(), static_cast<size_t>(record.outputCount)),
+             record.workspace);
     out.PutArray(result);
     return CStatus::OK;
 }
@@ -128,14 +124,4 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
 using namespace orbelin;
 using namespace orbelin::mix;
 
-XSIPLUGINCALLBACK CStatus zrMixMapOp_Init(UpdateContext& ctxt, LONG) {
-    return InitOperator<MixRecord>(ctxt, L"zrMixMapOp_Init");
-}
-
-XSIPLUGINCALLBACK CStatus zrMixMapOp_Update(UpdateContext& ctxt, OutputPort& output) {
-    return CallbackGuard(L"zrMixMapOp_Update", [&] { return orbelin::mix::Update(ctxt, output); });
-}
-
-XSIPLUGINCALLBACK CStatus zrMixMapOp_Term(UpdateContext& ctxt, LONG) {
-    return TermOperator<MixRecord>(ctxt, L"zrMixMapOp_Term");
-}
+ORBELIN_RECORD_OPERATOR(zrMixMapOp, MixRecord, kLayout, orbelin::mix::Update)
