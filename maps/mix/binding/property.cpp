@@ -61,7 +61,7 @@ using namespace orbelin::mix;
 SICALLBACK Orbelin_zrMixMapProp_Define(CRef& in_ctxt) {
     return CallbackGuard(L"Orbelin_zrMixMapProp_Define", [&] {
         CustomProperty property(Context(in_ctxt).GetSource());
-        for (const ParamRow& row : kRows) AddParameter(property, row);
+        DefineParameters(property, kRows, -1, -1);  // no frame range
         for (LONG k = 0; k < kPairsInAdvance; ++k) EnsureConnexionPair(property, k, kEnabledRow, kFactorRow);
         return CStatus(CStatus::OK);
     });
