@@ -1,10 +1,12 @@
 #include "shell/page.h"
 
+#include <algorithm>
 #include <cwctype>
 
 #include "shell/log.h"
 #include "shell/numbers.h"
 #include "xsi_application.h"
+#include "xsi_operator.h"
 #include "xsi_parameter.h"
 #include "xsi_ppgeventcontext.h"
 
@@ -69,12 +71,24 @@ bool RemoveButtonIndex(const CString& button, RemoveButtonRule rule, LONG& k) {
         if (name.rfind(L"Remove_", 0) != 0) return false;
         return ConnexionIndex(CValue(button.GetSubString(7)), k) && k >= 0;
     }
-    if (name.size() < 8 || name[6] != L'_') return false;
+    const bool leading = rule == RemoveButtonRule::LeadingNumberAfterUnderscoreAt6;
+    if (name.size() < (leading ? 7u : 8u) || name[6] != L'_') return false;
     k = 0;
     size_t digits = 0;
     for (size_t i = 7; i < name.size() && digits < 4 && std::iswdigit(name[i]); ++i, ++digits) k = k * 10 + (name[i] - L'0');
-    return digits > 0;
+    return digits > 0 || leading;
 }
+
+namespace {
+
+// The instances of the connexion group of the operator the property names; 0 without one.
+LONG ConnexionCount(const XSI::CustomProperty& property, LONG group) {
+    if (group < 0) return 0;
+    XSI::CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
+    return op.IsValid() ? std::max<LONG>(XSI::Operator(op).GetNumInstancesInGroup(group), 0) : 0;
+}
+
+}  // namespace
 
 XSI::CStatus ConnexionPageEvent(const XSI::CRef& context, const ConnexionPage& page) {
     XSI::PPGEventContext ctxt(context);
@@ -115,13 +129,17 @@ XSI::CStatus ConnexionPageEvent(const XSI::CRef& context, const ConnexionPage& p
                 XSI::Application().ExecuteCommand(page.removeCommand, args, ignored);
                 refresh();
             } else if (RemoveButtonIndex(button, page.removeRule, k)) {
-                args.Add(CValue(k));
-                XSI::Application().ExecuteCommand(page.removeCommand, args, ignored);
-                refresh();
+                // A button that only looks like a "Remove_" one removes a connexion that exists.
+                if (button.FindString(L"Remove_") == 0 || k < ConnexionCount(property, page.connexionGroup)) {
+                    args.Add(CValue(k));
+                    XSI::Application().ExecuteCommand(page.removeCommand, args, ignored);
+                    refresh();
+                }
             } else if (button.FindString(L"Remove_") == 0) {
                 LogError(L"Invalid connexion button: " + button + L"!");
                 return XSI::CStatus(XSI::CStatus::InvalidArgument);
             }
+            if (page.otherButton) page.otherButton(property, button);
             break;
         }
         default: break;

@@ -38,6 +38,10 @@ void AddConnexionGroup(XSI::PPGLayout& layout, const XSI::CString& label, LONG k
 enum class RemoveButtonRule {
     NumberAfterPrefix,  // "Remove_" then the decimal number of the connexion
     FourDigitsAfterUnderscoreAt6,  // any button with "_" at position 6; up to four digits after it
+    // Any button with "_" at position 6; the (up to four) characters after it read as a number
+    // the way atol reads them, so no digits is 0: "Linear_X" names connexion 0. Such a button
+    // whose name does not start with "Remove_" removes its connexion only when there is one.
+    LeadingNumberAfterUnderscoreAt6,
 };
 
 // The connexion a "Remove_" button names by the rule; false when the button names none.
@@ -49,6 +53,10 @@ struct ConnexionPage {
     std::initializer_list<const wchar_t*> rebuildOn;  // parameters whose change rebuilds the page
     RemoveButtonRule removeRule;
     PageBuilder build;
+    // The tool's connexion port group (to know whether a connexion exists).
+    LONG connexionGroup = -1;
+    // Called for every button after the shared handling, for the tool's own buttons.
+    void (*otherButton)(XSI::CustomProperty& property, const XSI::CString& button) = nullptr;
 };
 
 // The page events of a tool with connexions: the page built when it opens and when a listed

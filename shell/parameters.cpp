@@ -20,7 +20,7 @@ XSI::Parameter AddParameter(XSI::CustomProperty& property, const ParamRow& row, 
     switch (row.type) {
         case ParamType::FCurve: return property.AddFCurveParameter(row.script);
         case ParamType::String:
-            property.AddParameter(row.script, type, row.caps, row.label, L"", XSI::CValue(L""), p);
+            property.AddParameter(row.script, type, row.caps, row.label, L"", XSI::CValue(row.text ? row.text : L""), p);
             return p;
         default:
             if (row.ranged)

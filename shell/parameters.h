@@ -16,6 +16,7 @@ struct ParamRow {
     double def;
     bool ranged;  // when false the type's own range applies
     double min, max, softMin, softMax;
+    const wchar_t* text = nullptr;  // a string row's default (empty when null)
 };
 
 // Adds the parameter a row describes; `def` replaces the row's default when given.
