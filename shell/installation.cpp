@@ -222,15 +222,24 @@ CStatus RemoveConnexions(XSI::CustomProperty& property, LONG index, const LiveTo
         else
             LogError(L"Operator " + path + L" not found!");
         // The blocks are found from index 14 here, whichever tool asks: long-standing behaviour
-        // that existing scenes depend on.
+        // that existing scenes depend on. For a tool whose pairs start later (the Expression
+        // Map's at 19) those blocks overlap its own settings (offsets, helper text, operator
+        // path): a shift never writes below the first connexion parameter, so none of them is
+        // overwritten or reset; only connexion parameters move.
         const LONG base = 14;
+        auto writable = [&](LONG at) { return at >= tool.firstConnexionParameter; };
         for (LONG i = index + 1; i < count; ++i)
             for (LONG k = 0; k < tool.blockSize; ++k) {
+                const LONG at = base + (i - 1) * tool.blockSize + k;
                 XSI::Parameter from = ParameterAt(property, base + i * tool.blockSize + k);
-                XSI::Parameter to = ParameterAt(property, base + (i - 1) * tool.blockSize + k);
-                if (from.IsValid() && to.IsValid()) to.PutValue(from.GetValue());
+                XSI::Parameter to = ParameterAt(property, at);
+                if (writable(at) && from.IsValid() && to.IsValid()) to.PutValue(from.GetValue());
             }
-        if (count > 0) ResetBlock(property, base + (count - 1) * tool.blockSize, tool.blockSize);
+        if (count > 0)
+            for (LONG k = 0; k < tool.blockSize; ++k) {
+                const LONG at = base + (count - 1) * tool.blockSize + k;
+                if (writable(at)) ResetBlock(property, at, 1);
+            }
     } else {
         for (LONG i = count - 1; i >= 0; --i) {
             DisconnectGroup(op, tool.connexionGroup, i);
