@@ -17,17 +17,6 @@ extern "C" {
 
 namespace orbelin::expression {
 
-const std::wstring_view kDefaultHelpers =
-    L"-----------------------------------------------------------\r\n"
-    L"-- This Function returns b if a is true, c if a is false --\r\n"
-    L"-----------------------------------------------------------\r\n"
-    L"function cond (a,b,c)\r\n"
-    L"    if a then return b\r\n"
-    L"    else return c\r\n"
-    L"    end\r\n"
-    L"end\r\n"
-    L"\r\n";
-
 Needs Detect(std::wstring_view expression) {
     Needs needs;
     for (wchar_t c : expression) {

@@ -77,12 +77,16 @@
 // points are evaluated, which keeps calling the f present after the trial call.
 //
 // The runaway guard. A count hook (lua_sethook, LUA_MASKCOUNT) fires every `hookInterval` VM
-// instructions of the call running (the count restarts at each call) and stops a call that
-// has run more than its budget of instructions; the granularity is the interval. Budgets:
-// the chunk run (`chunkBudget`), the trial call (`trialBudget`), each point (`pointBudget`) and
-// the whole per-point loop (`loopBudget`, counted in hook intervals); once the loop's budget is
-// spent, every remaining point stops at its first hook (a point that runs fewer instructions
-// than one interval completes as usual), so even a million failing points end in bounded time.
+// instructions and stops a call that has run more than its budget of instructions; the
+// granularity is the interval. Budgets: the chunk run (`chunkBudget`), the trial call
+// (`trialBudget`), each point (`pointBudget`) and the whole per-point loop (`loopBudget`, all
+// the intervals the points run, counted at the hooks); once the loop's budget is spent, every
+// remaining point stops at its first hook after it has run a whole interval of its own (a point
+// that runs fewer instructions completes as usual), so even a million failing points end in
+// bounded time (at most an interval each). The count restarts for the chunk, for the trial
+// and for a point after one that saw the hook; between points that did not, it carries over
+// (so the common point costs no call into Lua for the guard), and a hook that comes in a
+// point before it has run a whole interval does not count against that point.
 // A stop is not a Lua error: the hook throws a C++ exception of its own through the interpreter
 // (built as C++, `catch (...)` in its protected calls), so an error handler of the formula's
 // (xpcall) is not run (a handler that loops would run with hooks off), and after a stop the
@@ -131,7 +135,17 @@ inline constexpr int kSeverityError = 2;
 // The defaults of the property: "w", and the helper text, each line ended by CR LF,
 // one more CR LF at the end.
 inline constexpr std::wstring_view kDefaultExpression = L"w";
-extern const std::wstring_view kDefaultHelpers;
+inline constexpr std::wstring_view kDefaultHelpers =
+    L"-----------------------------------------------------------\r\n"
+    L"-- This Function returns b if a is true, c if a is false --\r\n"
+    L"-----------------------------------------------------------\r\n"
+    L"function cond (a,b,c)\r\n"
+    L"    if a then return b\r\n"
+    L"    else return c\r\n"
+    L"    end\r\n"
+    L"end\r\n"
+    L"\r\n";
+
 
 enum PostProcess { None = 0, Clamp = 1, ChangeRange = 2 };
 
