@@ -94,11 +94,11 @@ SetValue(prop .. ".PostProcessing", 0)   -- None: the formula's own 0..1
 show(ripple, "ripple", "Ripple: math.sin(10*w0) * 0.5 + 0.5", {ball})
 
 -- Two formulas that go wrong. The log lines an update gives are printed.
-local function logLinesOf(map, what)
+local function logLinesOf(map, what, ifNone)
   local from = LogCount() + 1
   GetWeights(map)   -- reading the map runs the update
   local lines = LogMessages(from)
-  print(what .. ": " .. (#lines == 0 and "no log lines" or #lines .. " log line(s)"))
+  print(what .. ": " .. (#lines == 0 and "no log lines (" .. ifNone .. ")" or #lines .. " log line(s)"))
   for _, line in ipairs(lines) do print("  " .. line.text) end
 end
 
@@ -106,7 +106,7 @@ end
 local broken
 broken, prop = expressionMap("SyntaxError", gradient)
 SetValue(prop .. ".Expression", "w +")
-logLinesOf(broken, "the formula 'w +'")
+logLinesOf(broken, "the formula 'w +'", "")
 
 -- A formula that fails at some points: the trial call (w = 1) passes, but where w <= 0.5 it
 -- adds 0 to nil; those points get 0, silently, and the others keep w.
@@ -114,7 +114,7 @@ local partial
 partial, prop = expressionMap("FailsAtSomePoints", gradient)
 SetValue(prop .. ".Expression", "cond(w > 0.5, w, nil) + 0")
 SetValue(prop .. ".PostProcessing", 0)   -- None
-logLinesOf(partial, "the formula 'cond(w > 0.5, w, nil) + 0'")
+logLinesOf(partial, "the formula 'cond(w > 0.5, w, nil) + 0'", "the points where it fails get 0, silently")
 show(partial, "fails_at_some_points", "A formula failing where w is 0.5 or less: 0 there")
 
 -- (The titles keep to the letters, digits and signs the pictures' font has: no ^, < or >.)
