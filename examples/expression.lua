@@ -98,7 +98,7 @@ local function logLinesOf(map, what, ifNone)
   local from = LogCount() + 1
   GetWeights(map)   -- reading the map runs the update
   local lines = LogMessages(from)
-  print(what .. ": " .. (#lines == 0 and "no log lines (" .. ifNone .. ")" or #lines .. " log line(s)"))
+  print(what .. ": " .. (#lines == 0 and "no log lines" .. (ifNone and " (" .. ifNone .. ")" or "") or #lines .. " log line(s)"))
   for _, line in ipairs(lines) do print("  " .. line.text) end
 end
 
@@ -106,7 +106,7 @@ end
 local broken
 broken, prop = expressionMap("SyntaxError", gradient)
 SetValue(prop .. ".Expression", "w +")
-logLinesOf(broken, "the formula 'w +'", "")
+logLinesOf(broken, "the formula 'w +'")
 
 -- A formula that fails at some points: the trial call (w = 1) passes, but where w <= 0.5 it
 -- adds 0 to nil; those points get 0, silently, and the others keep w.
