@@ -88,7 +88,7 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
 }
 
 // The examples the demo runs, in order; each writes into its own folder under the output folder.
-constexpr const char* kDemoExamples[] = {"proximity", "mix", "smooth"};
+constexpr const char* kDemoExamples[] = {"proximity", "mix", "smooth", "expression"};
 
 // Where an example is: beside the command (<prefix>/share/orbelin/examples), else in the source
 // tree the command was built from.
@@ -158,7 +158,7 @@ int main(int argc, char** argv) {
     std::string project = fs::current_path().string();
     run->add_option("script", script, "the scene script")->required();
     run->add_option("--project", project, "the project folder (relative paths resolve here)");
-    CLI::App* demo = app.add_subcommand("demo", "run the proximity example: weights and pictures of a wet trail");
+    CLI::App* demo = app.add_subcommand("demo", "run the examples (proximity, mix, smooth, expression): weights and pictures");
     std::string out = "out";
     demo->add_option("--out", out, "the folder the results go into (default: out/ here)");
 

@@ -1,8 +1,10 @@
 // Preview pictures from scripts: what RenderPreview draws and where, its errors, and the
-// proximity example that makes pictures of its wet trail.
+// examples that make pictures (the proximity, mix, smooth and expression examples).
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <map>
 #include <png.h>
 #include <unistd.h>
 
@@ -269,6 +271,79 @@ TEST(MixAndSmoothExamples, WriteTheirResultsWhereTheyAreTold) {
     EXPECT_LT(spread(once), spread(noise) * 0.8);
     EXPECT_LT(spread(five), spread(once));
     EXPECT_TRUE(fs::exists(smooth / "radius3_repeat5.png"));
+    fs::remove_all(dir);
+}
+
+// The Expression example as the demo runs it: its pictures, and weights that follow its formulas
+// (read back from the CSV files it writes beside them, point by point).
+std::map<int, double> CsvWeightsByPoint(const fs::path& file) {
+    std::ifstream csv(file);
+    std::string line;
+    std::map<int, double> out;
+    std::getline(csv, line);
+    while (std::getline(csv, line)) {
+        const size_t first = line.find(','), last = line.rfind(',');
+        out[std::stoi(line.substr(first + 1, last - first - 1))] = std::stod(line.substr(last + 1));
+    }
+    return out;
+}
+
+TEST(ExpressionExample, WritesItsPicturesAndFollowsItsFormulas) {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_expression_example_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    standin::Host host(fs::temp_directory_path());
+    host.GetLog().SetEcho(false);
+    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+    std::ostringstream err;
+    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "expression.lua", err,
+                                 {{"OUTPUT_DIR", (dir / "results").string()}}),
+              0)
+        << err.str();
+    const fs::path out = dir / "results" / "expression";
+    for (const char* name : {"gradient", "radial_xyz", "funky_x", "contrast", "absolute_x", "proximity", "ripple",
+                             "fails_at_some_points"}) {
+        Picture pic = ReadPng(out / (std::string(name) + ".png"));
+        EXPECT_EQ(pic.width, 480u) << name;
+        EXPECT_EQ(pic.height, 320u) << name;
+        EXPECT_TRUE(fs::exists(out / (std::string(name) + ".csv"))) << name;
+    }
+
+    const auto gradient = CsvWeightsByPoint(out / "gradient.csv"), near = CsvWeightsByPoint(out / "proximity.csv"),
+               ripple = CsvWeightsByPoint(out / "ripple.csv"), contrast = CsvWeightsByPoint(out / "contrast.csv"),
+               partial = CsvWeightsByPoint(out / "fails_at_some_points.csv"),
+               radial = CsvWeightsByPoint(out / "radial_xyz.csv");
+    ASSERT_EQ(gradient.size(), 61u * 61u);
+    for (const auto* map : {&near, &ripple, &contrast, &partial, &radial}) ASSERT_EQ(map->size(), gradient.size());
+    int failed = 0, ringed = 0;
+    for (const auto& [point, w] : gradient) {
+        // The ripple reads the connected Proximity Map at the same point.
+        EXPECT_NEAR(ripple.at(point), std::sin(10 * near.at(point)) * 0.5 + 0.5, 1e-9) << point;
+        ringed += ripple.at(point) < 0.1 && near.at(point) > 0;
+        // Contrast 0.5 - (0.5 - w) * 2 on the gradient, clamped to 0..1.
+        EXPECT_NEAR(contrast.at(point), std::clamp(0.5 - (0.5 - w) * 2, 0.0, 1.0), 1e-9) << point;
+        // Where the formula fails (w <= 0.5) the point gets 0; elsewhere it keeps w.
+        EXPECT_NEAR(partial.at(point), w > 0.5 ? w : 0.0, 1e-9) << point;
+        failed += w <= 0.5;
+        EXPECT_GE(radial.at(point), 0.0);
+        EXPECT_LE(radial.at(point), 1.0);
+    }
+    EXPECT_GT(failed, 1000);
+    EXPECT_GT(ringed, 100) << "the ripple has a dark ring";
+    // The squared distance to the centre brought to 0..1: 0 at the middle point, 1 at the corners.
+    EXPECT_NEAR(radial.at(30 * 61 + 30), 0.0, 1e-12);
+    EXPECT_NEAR(radial.at(0), 1.0, 1e-12);
+    EXPECT_NEAR(radial.at(61 * 61 - 1), 1.0, 1e-12);
+
+    // The syntax error was told in the log; the failing points were not.
+    std::vector<std::wstring> lines;
+    for (const auto& e : host.GetLog().entries()) lines.push_back(e.text);
+    auto has = [&](const std::wstring& text) {
+        return std::any_of(lines.begin(), lines.end(), [&](const std::wstring& l) { return l.find(text) != std::wstring::npos; });
+    };
+    EXPECT_TRUE(has(L"Expression : w +"));
+    EXPECT_TRUE(has(L"Invalid Syntax of expression : "));
+    EXPECT_FALSE(has(L"Error in executing expression"));
+    EXPECT_FALSE(has(L"Expression must return a number!"));
     fs::remove_all(dir);
 }
 
