@@ -82,16 +82,6 @@ bool ReadValues(Source& s, double* into, size_t n) {
     return got == want || !std::ferror(s.file.f);
 }
 
-std::string Directory(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? std::string(".") : path.substr(0, slash == 0 ? 1 : slash);
-}
-
-std::string FileName(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 // Writes the count and the weights; errno of the first failure, 0 when all went out.
 int WriteContent(std::FILE* f, std::span<const double> weights) {
     const auto n = static_cast<uint32_t>(weights.size());
@@ -147,27 +137,22 @@ bool CreateDirectory(const std::string& path) { return !path.empty() && ::mkdir(
 WriteOutcome WriteFrameFile(const std::string& path, std::span<const double> weights) {
     if (weights.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) return {WriteOutcome::Failed, EOVERFLOW};
     struct stat st {};
-    const bool exists = ::lstat(path.c_str(), &st) == 0;
+    const bool exists = ::stat(path.c_str(), &st) == 0;
     if (exists && S_ISDIR(st.st_mode)) return {WriteOutcome::CannotCreate, EISDIR};
-    // A link or a device is written where it is; a regular file is replaced once the new one
-    // is complete.
-    const bool inPlace = exists && !S_ISREG(st.st_mode);
-    const std::string target =
-        inPlace ? path : Directory(path) + "/." + FileName(path) + ".tmp" + std::to_string(::getpid());
-    std::FILE* f = std::fopen(target.c_str(), "wb");
+    std::FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) return {WriteOutcome::CannotCreate, errno};
     errno = 0;
     int error = WriteContent(f, weights);
     if (std::fclose(f) != 0 && error == 0) error = errno ? errno : EIO;
-    if (!inPlace) {
-        if (error == 0 && std::rename(target.c_str(), path.c_str()) != 0) error = errno;
-        if (error != 0) std::remove(target.c_str());
-    }
-    return error ? WriteOutcome{WriteOutcome::Failed, error} : WriteOutcome{};
+    if (error == 0) return {};
+    // A frame cut short is removed: a later read then reports it missing instead of reading
+    // part of it. Anything but a regular file (a device) stays.
+    if (!exists || S_ISREG(st.st_mode)) std::remove(path.c_str());
+    return {WriteOutcome::Failed, error};
 }
 
 ReadOutcome ReadFrame(const std::string& current, const std::string* next, double fraction, size_t elementCount,
-                      const std::function<double*(size_t)>& allocate) {
+                      const std::function<double*(size_t)>& allocate, std::vector<double>& scratch) {
     ReadOutcome out;
     out.blended = next != nullptr;
     Source a, b;
@@ -190,34 +175,32 @@ ReadOutcome ReadFrame(const std::string& current, const std::string* next, doubl
     }
     out.values = std::min(static_cast<size_t>(out.count), std::max(a.held, elementCount));
     double* result = allocate(out.values);
-    if (!ReadValues(a, result, out.values)) {
+    auto failed = [&](bool inNext) {
         out.problem = ReadOutcome::ReadFailed;
         out.error = errno;
+        out.inNext = inNext;
         out.result = ReadOutcome::Unreadable;
         return out;
-    }
-    if (!next) return out;
+    };
+    if (!next) return ReadValues(a, result, out.values) ? out : failed(false);
 
-    // The next file's own count is read past and ignored. Its weights come a block at a time
-    // and are blended while the block is in cache.
+    // The next file's own count is read past and ignored. Its weights come in large blocks,
+    // each blended while still in the processor's cache (a read is a call into the system,
+    // which costs: the blocks are few).
     int32_t ignored = 0;
     ReadOutcome nextCount;
     out.heldNext = ReadCount(b, ignored, nextCount) ? b.held : 0;
     b.held = out.heldNext;
+    constexpr size_t kBlock = size_t{1} << 17;
+    scratch.resize(std::min(kBlock, out.values));
     const double keep = 1.0 - fraction;
-    constexpr size_t kBlock = 4096;
-    double block[kBlock];
     for (size_t i = 0; i < out.values; i += kBlock) {
         const size_t n = std::min(kBlock, out.values - i);
-        if (!ReadValues(b, block, n)) {
-            out.problem = ReadOutcome::ReadFailed;
-            out.error = errno;
-            out.inNext = true;
-            out.result = ReadOutcome::Unreadable;
-            return out;
-        }
+        const double* other = scratch.data();
         double* r = result + i;
-        for (size_t k = 0; k < n; ++k) r[k] = keep * r[k] + fraction * block[k];
+        if (!ReadValues(a, r, n)) return failed(false);
+        if (!ReadValues(b, scratch.data(), n)) return failed(true);
+        for (size_t k = 0; k < n; ++k) r[k] = keep * r[k] + fraction * other[k];
     }
     return out;
 }

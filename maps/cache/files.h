@@ -46,8 +46,8 @@ private:
 // Creates the one directory `path` (UTF-8), not its parents: true only when it was created.
 bool CreateDirectory(const std::string& path);
 
-// Writing a frame file. The file is written whole or not at all: a temporary file beside it
-// replaces it once complete, so a failure leaves the previous file as it was.
+// Writing a frame file. A write that fails part way (a full disk) removes what it wrote, so
+// that the frame reads as missing rather than cut short; a device is never removed.
 struct WriteOutcome {
     enum Result { Written, CannotCreate, Failed };
     Result result = Written;
@@ -89,8 +89,9 @@ struct ReadOutcome {
 
 // Reads the frame file `current`; with `next`, also that file, and blends the two:
 // (1 - fraction) × a[i] + fraction × b[i], the current file's count governing both.
-// `allocate(n)` gives room for the n weights of the result (called once, on success).
+// `allocate(n)` gives room for the n weights of the result (called once, when the count is
+// usable); `scratch` holds the next file's weights (kept by the caller, its memory reused).
 ReadOutcome ReadFrame(const std::string& current, const std::string* next, double fraction, size_t elementCount,
-                      const std::function<double*(size_t)>& allocate);
+                      const std::function<double*(size_t)>& allocate, std::vector<double>& scratch);
 
 }  // namespace orbelin::cache

@@ -31,6 +31,7 @@ struct CacheMapUserData {
     int32_t cachedFrames = 0;
     CDoubleArray lastOutput;  // the input weights of the evaluation, or the weights last read
     CDoubleArray readBuffer;  // where a read from the files lands (kept: no new memory per frame)
+    std::vector<double> nextWeights;  // the second file of a blend
 };
 
 void Log(const CString& text, siSeverityType severity) {
@@ -95,13 +96,15 @@ CString Problem(const ReadOutcome& r) {
 
 // Reads (or blends) the frame into `into`. On success logs where it read from and gives true;
 // otherwise says why and gives false, and the caller passes the input through.
-bool ReadFrom(const CString& current, const CString& next, const CacheTime& time, LONG elementCount, CDoubleArray& into) {
+bool ReadFrom(const CString& current, const CString& next, const CacheTime& time, LONG elementCount, CDoubleArray& into,
+              std::vector<double>& scratch) {
     const std::string currentPath = FileSystemPath(current), nextPath = FileSystemPath(next);
     const ReadOutcome r = ReadFrame(currentPath, time.exact ? nullptr : &nextPath, time.fraction,
                                     static_cast<size_t>(elementCount > 0 ? elementCount : 0), [&](size_t n) {
                                         into.Resize(static_cast<LONG>(n));
                                         return into.GetData();
-                                    });
+                                    },
+                                    scratch);
     if (r.result == ReadOutcome::Missing) {
         Log(L"Not found: " + current, siWarningMsg);
         return false;
@@ -183,16 +186,16 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
                 break;
             }
             if (slot) {
-                if (ReadFrom(current, next, time, in.GetElements().GetCount(), *slot)) result = slot;
+                if (ReadFrom(current, next, time, in.GetElements().GetCount(), *slot, data->nextWeights)) result = slot;
                 else slot->Clear();
-            } else if (ReadFrom(current, next, time, in.GetElements().GetCount(), data->readBuffer)) {
+            } else if (ReadFrom(current, next, time, in.GetElements().GetCount(), data->readBuffer, data->nextWeights)) {
                 result = &data->readBuffer;
             }
             if (!result) result = &input();
             break;
         case kReadFile:
             data->lastMode = kReadFile;
-            if (ReadFrom(current, next, time, in.GetElements().GetCount(), data->readBuffer)) {
+            if (ReadFrom(current, next, time, in.GetElements().GetCount(), data->readBuffer, data->nextWeights)) {
                 std::swap(data->lastOutput, data->readBuffer);
                 result = &data->lastOutput;
             } else {
