@@ -40,16 +40,6 @@ void Log(const CString& text, siSeverityType severity) {
 
 CString Text(int64_t n) { return CString(std::to_wstring(n).c_str()); }
 
-CValue At(const CParameterRefArray& params, LONG index) { return ParameterValue(params, index); }
-LONG IntAt(const CParameterRefArray& params, LONG index, LONG otherwise) {
-    CValue v = At(params, index);
-    return v.IsEmpty() ? otherwise : static_cast<LONG>(v);
-}
-double DoubleAt(const CParameterRefArray& params, LONG index, double otherwise) {
-    CValue v = At(params, index);
-    return v.IsEmpty() ? otherwise : static_cast<double>(v);
-}
-
 void ResizeCache(CacheMapUserData& data, int32_t frameCount) {
     data.frameCache.reset();
     data.cachedFrames = 0;
@@ -131,21 +121,20 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
     Operator op = ctxt.GetOperator();
     CustomProperty property(op.GetPortAt(0, 1, 0).GetTarget());
     const CParameterRefArray params = property.GetParameters();
-    CValue enable = At(params, kEnable);
-    if (!enable.IsEmpty() && !static_cast<bool>(enable)) {
+    if (!ParameterValueOr<bool>(params, kEnable, true)) {
         data->lastMode = -1;
         return CStatus::OK;
     }
 
-    const LONG mode = IntAt(params, kOpMode, kCacheToRam);
+    const LONG mode = ParameterValueOr<LONG>(params, kOpMode, kCacheToRam);
     TimingInputs timing;
     timing.frame = ctxt.GetCurrentFrame();
-    timing.startFrame = IntAt(params, kStartFrame, 1);
-    timing.endFrame = IntAt(params, kEndFrame, 100);
-    timing.offset = DoubleAt(params, kOffset, 0.0);
-    timing.timingMode = IntAt(params, kTimingMode, kTimingNone);
-    timing.timingScale = DoubleAt(params, kTimingScale, 0.0);
-    CValue warp = FCurve(At(params, kTimingWarp)).Eval(timing.frame);
+    timing.startFrame = ParameterValueOr<LONG>(params, kStartFrame, 1);
+    timing.endFrame = ParameterValueOr<LONG>(params, kEndFrame, 100);
+    timing.offset = ParameterValueOr<double>(params, kOffset, 0.0);
+    timing.timingMode = ParameterValueOr<LONG>(params, kTimingMode, kTimingNone);
+    timing.timingScale = ParameterValueOr<double>(params, kTimingScale, 0.0);
+    CValue warp = FCurve(ParameterValue(params, kTimingWarp)).Eval(timing.frame);
     timing.warpValue = warp.IsEmpty() ? timing.frame : static_cast<double>(warp);
     const CacheTime time = RemapCacheTime(data->lastCount, timing);
 
