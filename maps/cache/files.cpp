@@ -191,7 +191,7 @@ ReadOutcome ReadFrame(const std::string& current, const std::string* next, doubl
     ReadOutcome nextCount;
     out.heldNext = ReadCount(b, ignored, nextCount) ? b.held : 0;
     b.held = out.heldNext;
-    constexpr size_t kBlock = size_t{1} << 17;
+    constexpr size_t kBlock = size_t{1} << 16;
     scratch.resize(std::min(kBlock, out.values));
     const double keep = 1.0 - fraction;
     for (size_t i = 0; i < out.values; i += kBlock) {
