@@ -328,4 +328,11 @@ TEST_F(CacheTest, BadCacheFilesNeverLoseTheMapsWeights) {
     Set(L"RootPath", CValue((project / "plain").c_str()));
     EXPECT_EQ(At(8), input);
     EXPECT_TRUE(Has(Log(), L"Unable to Create: " + (project / "plain/Scene_Root/grid").wstring()));
+    // A FullPath edited into something that names no weight map (or steps out of the root).
+    for (const wchar_t* path : {L"", L"a.b.c", L"Scene_Root....cls.x.y", L"Scene_Root.g/h.p.c.k.m"}) {
+        ASSERT_EQ(host.SetValue(kMap + L".zrCacheMapOp.FullPath", CValue(path)), CStatus::OK);
+        input = SetInput();
+        EXPECT_EQ(At(9), input);
+        EXPECT_TRUE(Has(Log(), L"4 [zrCacheMapOp] > FullPath does not name a weight map")) << path;
+    }
 }

@@ -57,13 +57,26 @@ CDoubleArray* Slot(CacheMapUserData& data, int32_t index) {
     return data.frameCache && index >= 0 && index < data.cachedFrames ? &data.frameCache[static_cast<size_t>(index)] : nullptr;
 }
 
+// A name part that can stand as one folder or file name: not empty, no separator, not a
+// step up or in place. The host's names always are; a FullPath edited by hand may not be.
+bool UsablePart(const std::wstring& part) {
+    return !part.empty() && part != L"." && part != L".." && part.find(kSeparator) == std::wstring::npos;
+}
+
 // The file names of this evaluation: the root from RootPath, the name parts from the
-// operator's FullPath (model, object, -, -, cluster, weight map), the directories made.
-void PrepareFiles(CacheMapUserData& data, const Operator& op, const CustomProperty& property, const CacheTime& time,
+// operator's FullPath (model, object, -, -, cluster, weight map), the directories made. False
+// (and nothing made) when FullPath does not name a weight map.
+bool PrepareFiles(CacheMapUserData& data, const Operator& op, const CustomProperty& property, const CacheTime& time,
                   CString& current, CString& next) {
+    const CString fullPath = op.GetParameterValue(L"FullPath").GetAsText();
+    std::vector<std::wstring> parts = SplitFullPath(fullPath.GetWideString());
+    if (parts.size() < 6 || !UsablePart(parts[0]) || !UsablePart(parts[1]) || !UsablePart(parts[4]) || !UsablePart(parts[5])) {
+        Log(L"FullPath does not name a weight map (model.object.primitive.container.cluster.map): \"" + fullPath +
+                L"\"; the input passes through",
+            siWarningMsg);
+        return false;
+    }
     const CString root = ResolvePath(property.GetParameterValue(L"RootPath").GetAsText());
-    std::vector<std::wstring> parts = SplitFullPath(op.GetParameterValue(L"FullPath").GetAsText().GetWideString());
-    if (parts.size() < 6) parts.resize(6);
     const CString model = root + kSeparator + parts[0].c_str();
     MakeDirectory(model);
     const CString object = model + kSeparator + parts[1].c_str();
@@ -71,6 +84,7 @@ void PrepareFiles(CacheMapUserData& data, const Operator& op, const CustomProper
     data.files.Init(root.GetWideString(), parts[0], parts[1], parts[4], parts[5]);
     current = data.files.GetFileName(L"wmc", 5, time.fileFrame).c_str();
     if (!time.exact) next = data.files.GetFileName(L"wmc", 5, time.fileFrame + 1).c_str();
+    return true;
 }
 
 CString Problem(const ReadOutcome& r) {
@@ -140,7 +154,8 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
 
     ClusterProperty in(op.GetPortAt(0, 0, 0).GetTarget());
     CString current, next;
-    if (mode >= kReadFileCacheToRam && mode <= kWriteFile) PrepareFiles(*data, op, property, time, current, next);
+    const bool fileMode = mode >= kReadFileCacheToRam && mode <= kWriteFile;
+    const bool named = fileMode && PrepareFiles(*data, op, property, time, current, next);
     CClusterPropertyElementArray out = ClusterProperty(output.GetValue()).GetElements();
 
     if (time.sizeChanged) ResizeCache(*data, time.frameCount);
@@ -156,11 +171,10 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
         return data->lastOutput;
     };
     const CDoubleArray* result = nullptr;
-    switch (mode) {
+    switch (fileMode && !named ? -1 : mode) {
         case kHold:
-            // Entering Hold captures the input; as every evaluation has just taken the input as
-            // its output, Hold shows the input as it is now.
-            if (data->lastMode != kHold) data->lastMode = kHold;
+            // Entering Hold captures the input, and so has every evaluation before it looks at
+            // the mode: Hold shows the input as it is now.
             result = &input();
             break;
         case kCacheToRam:
@@ -203,7 +217,7 @@ CStatus Update(UpdateContext& ctxt, OutputPort& output) {
             }
             Log(L"Write to: " + current, siInfoMsg);
             if (w.result == WriteOutcome::Failed)
-                Log(L"Unable to Write: " + current + L" (" + std::strerror(w.error) + L"); the file was left as it was",
+                Log(L"Unable to Write: " + current + L" (" + std::strerror(w.error) + L"); the frame was not written",
                     siWarningMsg);
             break;
         }
