@@ -6,7 +6,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${FUZZ_SECONDS:-30}"
-targets=(fuzz_obj fuzz_preset fuzz_lua_values)
+targets=(fuzz_obj fuzz_preset fuzz_lua_values fuzz_cache_file)
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORBELIN_FUZZ=ON \
   -DORBELIN_TESTS=OFF -DORBELIN_BENCH=OFF "$@" >/dev/null
 cmake --build build-fuzz -j"$(nproc)" --target "${targets[@]}"

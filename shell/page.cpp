@@ -90,6 +90,27 @@ LONG ConnexionCount(const XSI::CustomProperty& property, LONG group) {
 
 }  // namespace
 
+XSI::CStatus RebuildingPageEvent(const XSI::CRef& context, std::initializer_list<const wchar_t*> rebuildOn,
+                                 PageBuilder build) {
+    XSI::PPGEventContext ctxt(context);
+    if (ctxt.GetEventID() == XSI::PPGEventContext::siOnInit) {
+        XSI::CustomProperty property(ctxt.GetSource());
+        build(property);
+        ctxt.PutAttribute(L"Refresh", CValue(true));
+    } else if (ctxt.GetEventID() == XSI::PPGEventContext::siParameterChange) {
+        XSI::Parameter changed(ctxt.GetSource());
+        const CString name = changed.GetScriptName();
+        for (const wchar_t* watched : rebuildOn)
+            if (name == CString(watched)) {
+                XSI::CustomProperty property(changed.GetParent());
+                build(property);
+                ctxt.PutAttribute(L"Refresh", CValue(true));
+                break;
+            }
+    }
+    return XSI::CStatus(XSI::CStatus::OK);
+}
+
 XSI::CStatus ConnexionPageEvent(const XSI::CRef& context, const ConnexionPage& page) {
     XSI::PPGEventContext ctxt(context);
     auto refresh = [&] { ctxt.PutAttribute(L"Refresh", CValue(true)); };

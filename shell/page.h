@@ -59,6 +59,11 @@ struct ConnexionPage {
     void (*otherButton)(XSI::CustomProperty& property, const XSI::CString& button) = nullptr;
 };
 
+// The page events of a tool without connexions: the page built when it opens and when one of
+// the `rebuildOn` parameters changes; nothing else.
+XSI::CStatus RebuildingPageEvent(const XSI::CRef& context, std::initializer_list<const wchar_t*> rebuildOn,
+                                 PageBuilder build);
+
 // The page events of a tool with connexions: the page built when it opens and when a listed
 // parameter changes; "Connect", "Remove_" k, "RemoveAll" run the tool's commands;
 // "CleanCache" moves the cache counter on (it wraps, so every press changes it).

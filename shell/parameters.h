@@ -26,4 +26,11 @@ XSI::Parameter AddParameter(XSI::CustomProperty& property, const ParamRow& row, 
 // The value of the parameter at `index` (definition order), empty when there is none.
 XSI::CValue ParameterValue(const XSI::CParameterRefArray& params, LONG index);
 
+// The value at `index` as a T, or `otherwise` when there is none.
+template <class T>
+T ParameterValueOr(const XSI::CParameterRefArray& params, LONG index, T otherwise) {
+    XSI::CValue v = ParameterValue(params, index);
+    return v.IsEmpty() ? otherwise : static_cast<T>(v);
+}
+
 }  // namespace orbelin

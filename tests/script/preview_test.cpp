@@ -8,6 +8,7 @@
 #include <png.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -344,6 +345,41 @@ TEST(ExpressionExample, WritesItsPicturesAndFollowsItsFormulas) {
     EXPECT_TRUE(has(L"Invalid Syntax of expression : "));
     EXPECT_FALSE(has(L"Error in executing expression"));
     EXPECT_FALSE(has(L"Expression must return a number!"));
+    fs::remove_all(dir);
+}
+
+// The Cache example as the demo runs it: 50 frame files of the floor's 3,721 weights beside
+// the pictures, read back as they were written, at half speed blended between two files.
+TEST(CacheExample, WritesItsFilesAndReplaysThem) {
+    const fs::path dir = fs::temp_directory_path() / ("orbelin_cache_example_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    standin::Host host(dir);
+    host.GetLog().SetEcho(false);
+    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+    std::ostringstream err;
+    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "cache.lua", err, {{"OUTPUT_DIR", (dir / "results").string()}}), 0)
+        << err.str();
+    const fs::path out = dir / "results" / "cache", files = out / "Scene_Root" / "floor";
+    auto frame = [&](int f) {
+        char name[64];
+        std::snprintf(name, sizeof name, "WeightMapCls_NearBall.%05d.wmc", f);
+        std::ifstream in(files / name, std::ios::binary);
+        std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+        EXPECT_EQ(bytes.size(), 4u + 8u * 3721u) << name;
+        std::vector<double> w(3721);
+        if (bytes.size() == 4u + 8u * 3721u) std::memcpy(w.data(), bytes.data() + 4, 8 * w.size());
+        return w;
+    };
+    for (int f = 1; f <= 50; ++f) frame(f);
+    EXPECT_EQ(CsvWeights(out / "recorded_frame40.csv"), frame(40));
+    const std::vector<double> half = CsvWeights(out / "half_speed_frame40.csv"), a = frame(20), b = frame(21);
+    ASSERT_EQ(half.size(), a.size());
+    for (size_t i = 0; i < half.size(); ++i) ASSERT_EQ(half[i], 0.5 * a[i] + 0.5 * b[i]) << i;
+    EXPECT_EQ(CsvWeights(out / "reversed_frame40.csv"), frame(11));
+    EXPECT_GT(*std::max_element(a.begin(), a.end()), 0.5);
+    for (const char* picture : {"warped_frame40.png", "strip_warped_25.png", "live_frame01.png"})
+        EXPECT_TRUE(fs::exists(out / picture)) << picture;
+    host.Clear();
     fs::remove_all(dir);
 }
 

@@ -38,24 +38,14 @@ std::span<const T> View(const T* data, LONG count) {
     return data && count > 0 ? std::span<const T>(data, static_cast<size_t>(count)) : std::span<const T>();
 }
 
-bool BoolAt(const CParameterRefArray& params, LONG index, bool otherwise) {
-    CValue v = ParameterValue(params, index);
-    return v.IsEmpty() ? otherwise : static_cast<bool>(v);
-}
-
-double DoubleAt(const CParameterRefArray& params, LONG index, double otherwise) {
-    CValue v = ParameterValue(params, index);
-    return v.IsEmpty() ? otherwise : static_cast<double>(v);
-}
-
 // Connexion k as the kernel takes it. A map that is gone (its object deleted, or something
 // other than a weight map connected) counts as invalid: it gives nothing, its factor still
 // counts.
 void ReadConnexion(const Operator& op, LONG k, const CParameterRefArray& params, MixRecord& record) {
     const size_t i = static_cast<size_t>(k);
     Connexion& c = record.connexions[i];
-    c.enabled = BoolAt(params, EnabledIndex(k), true);
-    c.factor = DoubleAt(params, FactorIndex(k), 1.0);
+    c.enabled = ParameterValueOr<bool>(params, EnabledIndex(k), true);
+    c.factor = ParameterValueOr<double>(params, FactorIndex(k), 1.0);
     c.valid = false;
     c.weights = {};
     c.points = {};
@@ -80,8 +70,8 @@ CStatus Update(MixRecord& record, LiveInputs& live, OutputPort& output) {
     Options options;
     options.mode = static_cast<LONG>(ParameterValue(params, kOpMode));
     options.postProcess = static_cast<LONG>(ParameterValue(params, kPostProcess));
-    options.rangeMin = DoubleAt(params, kRangeMin, 0.0);
-    options.rangeMax = DoubleAt(params, kRangeMax, 1.0);
+    options.rangeMin = ParameterValueOr<double>(params, kRangeMin, 0.0);
+    options.rangeMax = ParameterValueOr<double>(params, kRangeMax, 1.0);
     property.PutParameterValue(L"OperatorFullPath", CValue(op.GetFullName()));
 
     ClusterProperty& in = live.map;

@@ -1,0 +1,89 @@
+-- A Cache Map on top of a Proximity Map: a ball rolls across a floor for 50 frames and the
+-- floor's weights are written to one cache file per frame, then read back at half speed,
+-- reversed and warped through a curve. Pictures of frame 40 under each timing, and for each
+-- timing a strip of small previews (frames 5, 10, ... 50) titled with the frame they read.
+--
+--   orbelin run examples/cache.lua --project .    (writes into out/cache/)
+--   orbelin demo --out DIR                        (writes into DIR/cache/)
+--
+-- Set before the script runs (orbelin demo sets it):
+--   OUTPUT_DIR   the folder the results go into (default "out", relative to the project folder)
+
+local out = (OUTPUT_DIR or "out") .. "/cache"
+local first, last = 1, 50
+
+SetValue("PlayControl.In", first)
+SetValue("PlayControl.Out", last)
+
+local floor = CreatePrim("Grid", "floor", {sizex = 20, sizez = 20, subdivu = 60, subdivv = 60})
+local ball = CreatePrim("Sphere", "ball", {radius = 1.2, subdivu = 24, subdivv = 12})
+SetTransform(ball, {pos = {-8, 1, -6}}, first)
+SetTransform(ball, {pos = {8, 1, 6}}, last)
+
+-- The animated map: the floor near the ball.
+local map = ExecuteCommand("CreateWeightMap", {"", floor, "NearBall", "", false})[1]
+SelectObj(map)
+ExecuteCommand("Orbelin_zrProximityMapApplyCmd", {})
+ExecuteCommand("Orbelin_zrProximityMapAddConnexionCmd", {map .. "_ProximityMap", {ball}})
+SetValue(map .. "_ProximityMap.Far", 5)
+
+local camera = {eye = {0, 22, 19}, target = {0, -1, 0.5}, fov = 42}
+SetFrame(first)
+RenderPreview(out .. "/live_frame01.png", {weightmap = map, camera = camera, range = {0, 1}, width = 400, height = 300,
+                                           title = "Proximity Map, frame 1"})
+
+-- The cache on top of it, its files beside the pictures (a cache root must exist: the folder
+-- of the pictures does now).
+SelectObj(map)
+ExecuteCommand("Orbelin_zrCacheMapApplyCmd", {})
+local prop = map .. "_CacheMap"
+SetValue(prop .. ".RootPath", out)
+
+-- Record: Write To File, every frame played once.
+SetValue(prop .. ".OpMode", 4)
+for frame = first, last do
+  SetFrame(frame)
+  GetWeights(map)
+end
+
+-- Replay: Read From File under each timing. The warp goes out and back: frame 25 reads the
+-- last recorded frame, frame 50 the first again.
+SetValue(prop .. ".OpMode", 3)
+SetFCurveKeys(prop .. ".TimingWarp", {{first, first, 2}, {25, last, 2}, {last, first, 2}})
+
+-- The frame a timing reads at `frame`, as the operator computes it (for the titles).
+local function warp(frame)
+  if frame <= 25 then return first + (frame - first) * (last - first) / (25 - first) end
+  return last + (frame - 25) * (first - last) / (last - 25)
+end
+local timings = {
+  {name = "recorded", mode = 0, scale = 0, reads = function(f) return f end},
+  {name = "half_speed", mode = 1, scale = 0.5, reads = function(f) return (f - first) * 0.5 + first end},
+  {name = "reversed", mode = 1, scale = -1, reads = function(f) return (f - first) * -1 + last end},
+  {name = "warped", mode = 2, scale = 0, reads = warp},
+}
+
+local pictures = {"live_frame01.png"}
+for _, t in ipairs(timings) do
+  SetValue(prop .. ".TimingMode", t.mode)
+  SetValue(prop .. ".TimingScale", t.scale)
+  SetFrame(40)
+  local file = t.name .. "_frame40.png"
+  RenderPreview(out .. "/" .. file, {
+    weightmap = map, camera = camera, range = {0, 1}, width = 400, height = 300,
+    title = string.format("%s: frame 40 reads %g", t.name:gsub("_", " "), t.reads(40)),
+  })
+  WriteWeightsCSV(map, out .. "/" .. t.name .. "_frame40.csv")
+  pictures[#pictures + 1] = file
+  for frame = 5, last, 5 do
+    SetFrame(frame)
+    local small = string.format("strip_%s_%02d.png", t.name, frame)
+    RenderPreview(out .. "/" .. small, {
+      weightmap = map, camera = camera, range = {0, 1}, width = 120, height = 96,
+      title = string.format("%d > %g", frame, t.reads(frame)),
+    })
+    pictures[#pictures + 1] = small
+  end
+end
+print("pictures written to " .. out .. "/: " .. table.concat(pictures, ", "))
+print("cache files in " .. out .. "/Scene_Root/floor/")
