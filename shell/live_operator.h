@@ -71,9 +71,11 @@ struct LiveInputs {
 // output port "OutWeightMap", then writes nothing (disabled), the held or the cached weights,
 // or calls evaluate(record, inputs, out) to fill `out` with the live result, applies Keep
 // Maximum and stores it for the frame, and writes it.
-template <class Record, class Evaluate>
+// `prepare(record, inputs)` runs first in every update that is enabled, whatever it then
+// writes (held, cached or live weights): what a tool keeps in step with its inputs.
+template <class Record, class Prepare, class Evaluate>
 XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& output, const ExecutionLayout& layout,
-                                  const wchar_t* callback, Evaluate&& evaluate) {
+                                  const wchar_t* callback, Prepare&& prepare, Evaluate&& evaluate) {
     return CallbackGuard(callback, [&] {
         if (output.GetName() != XSI::CString(L"OutWeightMap")) return XSI::CStatus(XSI::CStatus::OK);
         Record* record = OperatorRecord<Record>(ctxt);
@@ -88,6 +90,7 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
         UpdateStep step = BeginUpdate(
             cache, p, ctxt.GetCurrentFrame(), [&] { return in.map.GetElements().GetArray(); },
             [&] { return XSI::Cluster(op.GetPortAt(layout.clusterPort, layout.clusterGroup, 0).GetTarget()).GetElements().GetCount(); });
+        if (step != UpdateStep::WriteNothing) prepare(*record, in);
         switch (step) {
             case UpdateStep::WriteNothing: break;
             case UpdateStep::WriteHeld: out.GetElements().PutArray(cache.heldWeights); break;
@@ -103,6 +106,12 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     });
 }
 
+template <class Record, class Evaluate>
+XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& output, const ExecutionLayout& layout,
+                                  const wchar_t* callback, Evaluate&& evaluate) {
+    return UpdateOverFrameCache<Record>(ctxt, output, layout, callback, [](Record&, LiveInputs&) {}, evaluate);
+}
+
 }  // namespace orbelin
 
 // The three exports of an operator over the shared frame cache, which the host finds by name:
@@ -115,6 +124,18 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     }                                                                                                                \
     XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
         return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", evaluate);             \
+    }                                                                                                                \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
+        return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
+    }
+
+// The same, with `prepare(record&, LiveInputs&)` run before every enabled update writes.
+#define ORBELIN_FRAME_CACHE_OPERATOR_PREPARED(op, record, layout, prepare, evaluate)                                 \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Init(XSI::UpdateContext& ctxt, LONG) {                                       \
+        return orbelin::InitOperator<record>(ctxt, L## #op "_Init");                                                 \
+    }                                                                                                                \
+    XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
+        return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", prepare, evaluate);    \
     }                                                                                                                \
     XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \

@@ -45,9 +45,14 @@ bool MeshTopology::operator==(const MeshTopology& other) const {
 }
 
 bool ReadTopology(const XSI::Geometry& geometry, MeshTopology& out) {
-    out = MeshTopology();
-    if (geometry.GetRef().GetClassID() != XSI::siPolygonMeshID) return false;
     XSI::MATH::CVector3Array points;
+    return ReadTopology(geometry, out, points);
+}
+
+bool ReadTopology(const XSI::Geometry& geometry, MeshTopology& out, XSI::MATH::CVector3Array& points) {
+    out.vertexCount = 0;
+    out.polygons.Clear();
+    if (geometry.GetRef().GetClassID() != XSI::siPolygonMeshID) return false;
     if (XSI::PolygonMesh(geometry.GetRef()).Get(points, out.polygons) != XSI::CStatus::OK) {
         out = MeshTopology();
         return false;
@@ -79,19 +84,40 @@ void EdgeNeighbours(const MeshTopology& topology, PackedNeighbours& out) {
     }
 }
 
+namespace {
+
+// The polygons around each vertex, in increasing index, each once (a polygon naming a vertex
+// twice is around it once).
+void PolygonsAround(const MeshTopology& topology, const std::vector<Polygon>& polygons, PackedNeighbours& around) {
+    const size_t vertices = static_cast<size_t>(std::max<LONG>(topology.vertexCount, 0));
+    const XSI::CLongArray& data = topology.polygons;
+    // last[v] = the polygon (+ 1) that last listed v.
+    std::vector<uint32_t> counts(vertices, 0), last(vertices, 0);
+    for (size_t k = 0; k < polygons.size(); ++k)
+        for (LONG c = 0; c < polygons[k].count; ++c) {
+            const auto v = static_cast<size_t>(data[polygons[k].first + c]);
+            if (last[v] != k + 1) last[v] = static_cast<uint32_t>(k + 1), ++counts[v];
+        }
+    Pack(counts, around);
+    std::vector<uint32_t> fill(around.offsets.begin(), around.offsets.end() - 1);
+    std::fill(last.begin(), last.end(), 0u);
+    for (size_t k = 0; k < polygons.size(); ++k)
+        for (LONG c = 0; c < polygons[k].count; ++c) {
+            const auto v = static_cast<size_t>(data[polygons[k].first + c]);
+            if (last[v] == k + 1) continue;
+            last[v] = static_cast<uint32_t>(k + 1);
+            around.indices[fill[v]++] = static_cast<uint32_t>(k);
+        }
+}
+
+}  // namespace
+
 void FaceNeighbours(const MeshTopology& topology, PackedNeighbours& out) {
     const size_t vertices = static_cast<size_t>(std::max<LONG>(topology.vertexCount, 0));
     const XSI::CLongArray& data = topology.polygons;
     const std::vector<Polygon> polygons = Polygons(topology);
-    // The polygons around each vertex, in increasing index.
     PackedNeighbours around;
-    std::vector<uint32_t> counts(vertices, 0);
-    for (const Polygon& p : polygons)
-        for (LONG c = 0; c < p.count; ++c) ++counts[static_cast<size_t>(data[p.first + c])];
-    Pack(counts, around);
-    std::vector<uint32_t> fill(around.offsets.begin(), around.offsets.end() - 1);
-    for (size_t k = 0; k < polygons.size(); ++k)
-        for (LONG c = 0; c < polygons[k].count; ++c) around.indices[fill[static_cast<size_t>(data[polygons[k].first + c])]++] = static_cast<uint32_t>(k);
+    PolygonsAround(topology, polygons, around);
     // Then their corners, each vertex once: a mark per vertex holding the last vertex (+ 1)
     // whose list took it.
     std::vector<uint32_t> mark(vertices, 0);
@@ -111,6 +137,32 @@ void FaceNeighbours(const MeshTopology& topology, PackedNeighbours& out) {
         }
         out.offsets[v + 1] = static_cast<uint32_t>(out.indices.size());
     }
+}
+
+void CornerNeighbours(const MeshTopology& topology, PackedNeighbours& out) {
+    const size_t vertices = static_cast<size_t>(std::max<LONG>(topology.vertexCount, 0));
+    const XSI::CLongArray& data = topology.polygons;
+    const std::vector<Polygon> polygons = Polygons(topology);
+    PackedNeighbours around;
+    PolygonsAround(topology, polygons, around);
+    // Counted first so that the indices are sized once: a million-vertex mesh has some
+    // twelve million entries, and growing them by doubling would touch twice the memory.
+    std::vector<uint32_t> counts(vertices, 0);
+    for (size_t v = 0; v < vertices; ++v)
+        for (uint32_t i = around.offsets[v]; i < around.offsets[v + 1]; ++i) {
+            const Polygon& p = polygons[around.indices[i]];
+            for (LONG c = 0; c < p.count; ++c) counts[v] += static_cast<size_t>(data[p.first + c]) != v;
+        }
+    Pack(counts, out);
+    uint32_t* at = out.indices.data();
+    for (size_t v = 0; v < vertices; ++v)
+        for (uint32_t i = around.offsets[v]; i < around.offsets[v + 1]; ++i) {
+            const Polygon& p = polygons[around.indices[i]];
+            for (LONG c = 0; c < p.count; ++c) {
+                const auto u = static_cast<uint32_t>(data[p.first + c]);
+                if (u != v) *at++ = u;
+            }
+        }
 }
 
 }  // namespace orbelin
