@@ -1,0 +1,99 @@
+// The Tension Map's property: Define, the page and its events.
+#include "maps/tension/binding/tension_tool.h"
+#include "shell/guard.h"
+#include "shell/numbers.h"
+#include "shell/page.h"
+#include "xsi_application.h"
+#include "xsi_context.h"
+#include "xsi_ppgeventcontext.h"
+#include "xsi_ppglayout.h"
+
+using namespace XSI;
+
+namespace orbelin::tension {
+
+void BuildLayout(CustomProperty& property) {
+    PPGLayout layout = property.GetPPGLayout();
+    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/tensionmap.html"));
+    layout.Clear();
+    LONG mode = property.GetParameterValue(L"OpMode");
+
+    layout.AddTab(L"Tension Weightmap");
+    layout.AddGroup(L"Execution State");
+    layout.AddItem(L"Enable", L"Enable");
+    layout.EndGroup();
+    layout.AddButton(L"ResetPose", L"Reset Reference Pose");
+    layout.AddGroup(L"Mode");
+    PPGItem modeItem = layout.AddEnumControl(
+        L"OpMode", EnumItems({{L" Hold ", 0}, {L" Read From Blob ", 1}, {L" Read From Blob - Caching ", 2}}), L"Mode");
+    modeItem.PutAttribute(siUINoLabel, CValue(true));
+    if (mode == 2) {
+        layout.AddButton(L"CleanCache", L"Clean Cache");
+        layout.AddItem(L"StartFrame", L"Start Frame");
+        layout.AddItem(L"EndFrame", L"End Frame");
+    }
+    layout.EndGroup();
+    layout.AddGroup(L"Post-Process");
+    layout.AddItem(L"Factor", L"Factor");
+    layout.AddEnumControl(L"OpWeightPostProcess", EnumItems({{L" None ", 0}, {L" Clamp ", 1}, {L" Change Range ", 2}}),
+                          L"Post-Process");
+    layout.AddItem(L"Min");  // shown as "Near", its display name
+    layout.AddItem(L"Max");  // "Far"
+    layout.EndGroup();
+}
+
+void RunResetPose(const CString& blobPath) {
+    CValueArray args(1);
+    args[0] = CValue(blobPath);
+    CValue ignored;
+    Application().ExecuteCommand(kResetCommand, args, ignored);
+}
+
+}  // namespace orbelin::tension
+
+using namespace orbelin;
+using namespace orbelin::tension;
+
+SICALLBACK Orbelin_zrTensionMapProp_Define(CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrTensionMapProp_Define", [&] {
+        CustomProperty property(Context(in_ctxt).GetSource());
+        DefineParameters(property, kRows, kStartFrame, kEndFrame);
+        return CStatus(CStatus::OK);
+    });
+}
+
+SICALLBACK Orbelin_zrTensionMapProp_DefineLayout(CRef& in_ctxt) {
+    (void)in_ctxt;  // the page is built when it opens: it depends on the mode
+    return CStatus::OK;
+}
+
+// The page is rebuilt when it opens and when the mode changes; "CleanCache" moves the cache
+// counter on (the caching mode then starts again), "ResetPose" makes the mesh as it is now
+// the reference.
+SICALLBACK Orbelin_zrTensionMapProp_PPGEvent(const CRef& in_ctxt) {
+    return CallbackGuard(L"Orbelin_zrTensionMapProp_PPGEvent", [&] {
+        PPGEventContext ctxt(in_ctxt);
+        if (ctxt.GetEventID() == PPGEventContext::siOnInit) {
+            CustomProperty property(ctxt.GetSource());
+            BuildLayout(property);
+            ctxt.PutAttribute(L"Refresh", CValue(true));
+        } else if (ctxt.GetEventID() == PPGEventContext::siParameterChange) {
+            Parameter changed(ctxt.GetSource());
+            if (changed.GetScriptName() == CString(L"OpMode")) {
+                CustomProperty property(changed.GetParent());
+                BuildLayout(property);
+                ctxt.PutAttribute(L"Refresh", CValue(true));
+            }
+        } else if (ctxt.GetEventID() == PPGEventContext::siButtonClicked) {
+            CustomProperty property(ctxt.GetSource());
+            const CString button = ctxt.GetAttribute(L"Button");
+            if (button == CString(L"CleanCache")) {
+                LONG idx = property.GetParameterValue(L"CleanCacheIdx");
+                property.PutParameterValue(L"CleanCacheIdx", CValue(LONG(NextCounter(idx))));
+            } else if (button == CString(L"ResetPose")) {
+                RunResetPose(property.GetParameterValue(L"BlobFullPath").GetAsText());
+            }
+        }
+        return CStatus(CStatus::OK);
+    });
+}
