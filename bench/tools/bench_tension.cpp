@@ -1,5 +1,5 @@
 // The Tension Map at production size, through the stand-in with the plug-in loaded: a 1,000 x
-// 1,000 grid (1,002,001 points) with keyed point positions (a swell that grows over the frames),
+// 1,000 grid (1,002,001 points) with keyed point positions (a swell and ripples that grow over the frames),
 // its map evaluated at each frame against the reference taken when the tool was applied.
 //
 // One update (the frame changed, the points moved, the map evaluated) is timed beside the
@@ -46,7 +46,7 @@ struct Scene {
         auto* node = dynamic_cast<standin::PolyMeshNode*>(
             XSI::X3DObject(floor).GetActivePrimitive().GetGeometry().GetRef().GetHostObject());
         std::vector<standin::mesh::Vec3> rest(node->mesh.Positions().begin(), node->mesh.Positions().end()), swell = rest;
-        for (auto& p : swell) p.y += 8.0 * std::exp(-(p.x * p.x + p.z * p.z) / 400.0) + 0.5 * std::sin(p.x * 0.3);
+        for (auto& p : swell) p.y += 8.0 * std::exp(-(p.x * p.x + p.z * p.z) / 400.0) + 0.1 * std::sin(p.x * 8.0);
         host.SetPointPositions(floor, rest, 1);
         host.SetPointPositions(floor, swell, 100);
     }

@@ -1,6 +1,8 @@
 #include "tension/tension.h"
 
+#include <algorithm>
 #include <limits>
+#include <vector>
 #include <mutex>
 #include <stdexcept>
 
@@ -53,6 +55,43 @@ void Spreads(const Neighbourhoods& nb, std::span<const double> positions, std::s
     ForChunks(nb.vertexCount, [&](size_t begin, size_t end) {
         for (size_t v = begin; v < end; ++v) out[v] = Spread(offsets, indices, p, v);
     });
+}
+
+void SpreadsOfPolygons(size_t vertexCount, std::span<const int32_t> polygons, std::span<const double> positions,
+                       std::span<double> spreads) {
+    if (positions.size() != 3 * vertexCount) throw std::invalid_argument("tension: three coordinates per vertex are needed");
+    if (spreads.size() != vertexCount) throw std::invalid_argument("tension: one value per vertex is needed");
+    std::fill(spreads.begin(), spreads.end(), 0.0);
+    std::vector<uint32_t> counts(vertexCount, 0);
+    const double* p = positions.data();
+    const size_t size = polygons.size();
+    for (size_t i = 0; i < size;) {
+        const int32_t n = polygons[i];
+        if (n < 0 || static_cast<size_t>(n) > size - i - 1) break;
+        const int32_t* corners = polygons.data() + i + 1;
+        bool valid = true;
+        for (int32_t c = 0; c < n; ++c) valid &= corners[c] >= 0 && static_cast<size_t>(corners[c]) < vertexCount;
+        if (!valid) break;
+        for (int32_t a = 0; a < n; ++a) {
+            const size_t v = static_cast<size_t>(corners[a]);
+            const double x = p[3 * v], y = p[3 * v + 1], z = p[3 * v + 2];
+            double sum = spreads[v];
+            uint32_t count = counts[v];
+            for (int32_t b = 0; b < n; ++b) {
+                const double* q = p + 3 * static_cast<size_t>(corners[b]);
+                const double dx = q[0] - x, dy = q[1] - y, dz = q[2] - z;
+                const double d = dx * dx + dy * dy + dz * dz;
+                if (d > 0.0) {
+                    sum += d;
+                    ++count;
+                }
+            }
+            spreads[v] = sum;
+            counts[v] = count;
+        }
+        i += 1 + static_cast<size_t>(n);
+    }
+    for (size_t v = 0; v < vertexCount; ++v) spreads[v] /= static_cast<double>(counts[v]);
 }
 
 RangeSeen Tensions(const Neighbourhoods& nb, std::span<const double> positions, std::span<const double> reference,

@@ -49,6 +49,16 @@ struct Options {
 // Sizes other than those are refused with std::invalid_argument.
 void Spreads(const Neighbourhoods& neighbourhoods, std::span<const double> positions, std::span<double> spreads);
 
+// The same spreads straight from the polygons, for a single evaluation that would not reuse
+// neighbourhoods: each polygon adds its terms to each of its corners, polygons in order and
+// corners in order, which is the order the per-vertex definition meets them in, so the values
+// are the same bit for bit (for polygons naming each vertex once, as meshes do). `polygons`:
+// per polygon its corner count then its corners' vertex indices; the data is read up to the
+// first polygon that runs past its end or names no vertex. Nothing vertex-sized is built but
+// the counts.
+void SpreadsOfPolygons(size_t vertexCount, std::span<const int32_t> polygons, std::span<const double> positions,
+                       std::span<double> spreads);
+
 // The post-processed tension of every vertex into `tensions` (one per vertex), against
 // `reference` (one spread per vertex); gives the range seen (for change range; the sentinels
 // when another post-process is chosen).

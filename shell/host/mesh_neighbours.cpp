@@ -145,24 +145,23 @@ void CornerNeighbours(const MeshTopology& topology, PackedNeighbours& out) {
     const std::vector<Polygon> polygons = Polygons(topology);
     PackedNeighbours around;
     PolygonsAround(topology, polygons, around);
-    // Counted first so that the indices are sized once: a million-vertex mesh has some
-    // twelve million entries, and growing them by doubling would touch twice the memory.
-    std::vector<uint32_t> counts(vertices, 0);
-    for (size_t v = 0; v < vertices; ++v)
-        for (uint32_t i = around.offsets[v]; i < around.offsets[v + 1]; ++i) {
-            const Polygon& p = polygons[around.indices[i]];
-            for (LONG c = 0; c < p.count; ++c) counts[v] += static_cast<size_t>(data[p.first + c]) != v;
-        }
-    Pack(counts, out);
-    uint32_t* at = out.indices.data();
-    for (size_t v = 0; v < vertices; ++v)
+    // One pass, into storage reserved for the most it can take (each polygon's corners once per
+    // corner): growing a million vertices' dozen entries by doubling would touch twice the memory.
+    size_t most = 0;
+    for (const Polygon& p : polygons) most += static_cast<size_t>(p.count) * static_cast<size_t>(p.count);
+    out.indices.clear();
+    out.indices.reserve(most);
+    out.offsets.assign(vertices + 1, 0);
+    for (size_t v = 0; v < vertices; ++v) {
         for (uint32_t i = around.offsets[v]; i < around.offsets[v + 1]; ++i) {
             const Polygon& p = polygons[around.indices[i]];
             for (LONG c = 0; c < p.count; ++c) {
                 const auto u = static_cast<uint32_t>(data[p.first + c]);
-                if (u != v) *at++ = u;
+                if (u != v) out.indices.push_back(u);
             }
         }
+        out.offsets[v + 1] = static_cast<uint32_t>(out.indices.size());
+    }
 }
 
 }  // namespace orbelin

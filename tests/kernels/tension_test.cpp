@@ -74,10 +74,25 @@ double ReferenceSpread(const Mesh& m, const Polys& around, uint32_t v) {
     return sum / static_cast<double>(count);
 }
 
+// The polygons as the host lists them: a count, then the corners.
+std::vector<int32_t> HostPolygons(const Mesh& m) {
+    std::vector<int32_t> out;
+    for (const auto& poly : m.polygons) {
+        out.push_back(static_cast<int32_t>(poly.size()));
+        out.insert(out.end(), poly.begin(), poly.end());
+    }
+    return out;
+}
+
+// Spreads from the packed neighbourhoods; those straight from the polygons must be the same.
 std::vector<double> SpreadsOf(const Mesh& m) {
     Packed p(m);
-    std::vector<double> s(m.Count());
+    std::vector<double> s(m.Count()), direct(m.Count());
     Spreads(p.View(), m.xyz, s);
+    SpreadsOfPolygons(m.Count(), HostPolygons(m), m.xyz, direct);
+    for (size_t v = 0; v < s.size(); ++v)
+        if (!std::isnan(s[v])) EXPECT_EQ(direct[v], s[v]) << v;
+        else EXPECT_TRUE(std::isnan(direct[v])) << v;
     return s;
 }
 
@@ -249,6 +264,16 @@ TEST(TensionKernel, ParallelEqualsDefinitionAndRefusesBadSizes) {
     std::vector<uint32_t> badIndices = p.indices;
     badIndices[0] = static_cast<uint32_t>(m.Count());
     EXPECT_THROW(Spreads(Neighbourhoods{m.Count(), p.offsets, badIndices}, m.xyz, out), std::invalid_argument);
+    // Polygon data is read up to the first polygon that runs past the end or names no vertex.
+    std::vector<int32_t> cut = {3, 0, 1, 2, 3, 1, 2, 99, 3, 0, 2, 3};
+    std::vector<double> four(4), xyz4(m.xyz.begin(), m.xyz.begin() + 12);
+    SpreadsOfPolygons(4, cut, xyz4, four);
+    EXPECT_FALSE(std::isnan(four[0]));
+    EXPECT_TRUE(std::isnan(four[3]));  // only the refused polygons reach it
+    cut = {3, 0, 1, 2, 5, 1};
+    SpreadsOfPolygons(4, cut, xyz4, four);
+    EXPECT_FALSE(std::isnan(four[2]));
+    EXPECT_THROW(SpreadsOfPolygons(4, cut, xyzShort, four), std::invalid_argument);
     std::vector<int32_t> cluster{0, 1};
     std::vector<double> one(1);
     EXPECT_THROW(ClusterWeights(out, cluster, o, RangeSeen(), one), std::invalid_argument);

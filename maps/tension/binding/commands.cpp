@@ -37,10 +37,11 @@ bool ResetBlob(UserDataBlob& blob, const X3DObject& object) {
                  CValue(points.GetCount()).GetAsText() + L"); the blob is left as it was");
         return false;
     }
-    PackedNeighbours corners;
-    CornerNeighbours(topology, corners);
+    // Straight from the polygons: neighbourhoods built for one evaluation would cost more
+    // fresh memory than the evaluation itself.
     std::vector<double> spreads(n);
-    Spreads({n, corners.offsets, corners.indices}, std::span<const double>(points.GetArray(), 3 * n), spreads);
+    SpreadsOfPolygons(n, std::span<const int32_t>(topology.polygons.GetArray(), static_cast<size_t>(topology.polygons.GetCount())),
+                      std::span<const double>(points.GetArray(), 3 * n), spreads);
     blob.PutValue(reinterpret_cast<const unsigned char*>(spreads.data()), static_cast<unsigned int>(n * sizeof(double)));
     return true;
 }
