@@ -106,30 +106,17 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     });
 }
 
-template <class Record, class Evaluate>
-XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& output, const ExecutionLayout& layout,
-                                  const wchar_t* callback, Evaluate&& evaluate) {
-    return UpdateOverFrameCache<Record>(ctxt, output, layout, callback, [](Record&, LiveInputs&) {}, evaluate);
-}
+// The preparation of a tool that keeps nothing in step.
+template <class Record>
+void NoPreparation(Record&, LiveInputs&) {}
 
 }  // namespace orbelin
 
 // The three exports of an operator over the shared frame cache, which the host finds by name:
 // `op`_Init, `op`_Update and `op`_Term, the record of type `record`, the execution parameters
-// where `layout` says, and `evaluate(record&, LiveInputs&)` giving the live weights as a
-// CDoubleArray& the record keeps.
-#define ORBELIN_FRAME_CACHE_OPERATOR(op, record, layout, evaluate)                                                      \
-    XSIPLUGINCALLBACK XSI::CStatus op##_Init(XSI::UpdateContext& ctxt, LONG) {                                       \
-        return orbelin::InitOperator<record>(ctxt, L## #op "_Init");                                                 \
-    }                                                                                                                \
-    XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
-        return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", evaluate);             \
-    }                                                                                                                \
-    XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
-        return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
-    }
-
-// The same, with `prepare(record&, LiveInputs&)` run before every enabled update writes.
+// where `layout` says, `prepare(record&, LiveInputs&)` run before every enabled update writes,
+// and `evaluate(record&, LiveInputs&)` giving the live weights as a CDoubleArray& the record
+// keeps.
 #define ORBELIN_FRAME_CACHE_OPERATOR_PREPARED(op, record, layout, prepare, evaluate)                                 \
     XSIPLUGINCALLBACK XSI::CStatus op##_Init(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::InitOperator<record>(ctxt, L## #op "_Init");                                                 \
@@ -140,3 +127,7 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
     }
+
+// The same for a tool with nothing to prepare.
+#define ORBELIN_FRAME_CACHE_OPERATOR(op, record, layout, evaluate) \
+    ORBELIN_FRAME_CACHE_OPERATOR_PREPARED(op, record, layout, orbelin::NoPreparation<record>, evaluate)

@@ -40,6 +40,35 @@ void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> r
     }
 }
 
+void BeginToolPage(XSI::PPGLayout& layout, const wchar_t* helpFile, const wchar_t* tab) {
+    layout.PutAttribute(XSI::siUIHelpFile, CValue(CString(L"https://orbelin.example/help/") + helpFile));
+    layout.Clear();
+    layout.AddTab(tab);
+    layout.AddGroup(L"Execution State");
+    layout.AddItem(L"Enable", L"Enable");
+    layout.EndGroup();
+}
+
+XSI::CStatus ModePageEvent(const XSI::CRef& context, PageBuilder build, ButtonHandler button) {
+    XSI::PPGEventContext ctxt(context);
+    if (ctxt.GetEventID() == XSI::PPGEventContext::siOnInit) {
+        XSI::CustomProperty property(ctxt.GetSource());
+        build(property);
+        ctxt.PutAttribute(L"Refresh", CValue(true));
+    } else if (ctxt.GetEventID() == XSI::PPGEventContext::siParameterChange) {
+        XSI::Parameter changed(ctxt.GetSource());
+        if (changed.GetScriptName() == CString(L"OpMode")) {
+            XSI::CustomProperty property(changed.GetParent());
+            build(property);
+            ctxt.PutAttribute(L"Refresh", CValue(true));
+        }
+    } else if (ctxt.GetEventID() == XSI::PPGEventContext::siButtonClicked && button) {
+        XSI::CustomProperty property(ctxt.GetSource());
+        button(property, ctxt.GetAttribute(L"Button"));
+    }
+    return XSI::CStatus::OK;
+}
+
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow) {
     const CString suffix(CValue(k).GetAsText());
     for (const ParamRow* row : {&enabledRow, &factorRow}) {

@@ -27,6 +27,10 @@ LONG PlayControlValue(const wchar_t* which);
 // range as it is now for their defaults.
 void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> rows, LONG startFrame, LONG endFrame);
 
+// Clears a tool's page and starts it again: the help page (a file name under the plug-in's help
+// address), the first tab, and the "Execution State" group with Enable.
+void BeginToolPage(XSI::PPGLayout& layout, const wchar_t* helpFile, const wchar_t* tab);
+
 // Adds "Enabled_" + k and "Factor_" + k, described by the two rows, when the property lacks them.
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow);
 
@@ -50,6 +54,12 @@ struct ConnexionPage {
     RemoveButtonRule removeRule;
     PageBuilder build;
 };
+
+// The page events of a tool without connexions: the page built when it opens and when OpMode
+// changes (it shows the cache's range only when caching); a button pressed goes to
+// `button(property, name)` when the tool has one, and does nothing otherwise.
+using ButtonHandler = void (*)(XSI::CustomProperty& property, const XSI::CString& button);
+XSI::CStatus ModePageEvent(const XSI::CRef& context, PageBuilder build, ButtonHandler button = nullptr);
 
 // The page events of a tool with connexions: the page built when it opens and when a listed
 // parameter changes; "Connect", "Remove_" k, "RemoveAll" run the tool's commands;

@@ -278,6 +278,14 @@ TEST_F(TensionTest, AStaleBlobGivesTheMessageAndZerosUntilItIsReset) {
     EXPECT_EQ(w[4], 1.0);
     EXPECT_EQ(w[5], 0.0);  // an element naming no vertex now
     EXPECT_TRUE(std::isnan(Blob()[4]));
+
+    // The blob deleted: zeros with a message saying so; its button finds nothing to reset.
+    host.Delete(host.Find(kBlob));
+    from = host.GetLog().Count();
+    EXPECT_EQ(Weights(), std::vector<double>(w.size(), 0.0));
+    EXPECT_TRUE(host.GetLog().Contains(L"the UserDataBlob of the reference pose is gone"));
+    EXPECT_EQ(host.PressButton(host.Find(kProp), L"ResetPose"), CStatus::OK);
+    EXPECT_EQ(Get(L"BlobFullPath").GetAsText(), CString(kBlob.c_str()));
 }
 
 TEST_F(TensionTest, HoldAndCachingOverFramesAndTheBlobFollowedByName) {

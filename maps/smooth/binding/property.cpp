@@ -3,7 +3,6 @@
 #include "shell/guard.h"
 #include "shell/page.h"
 #include "xsi_context.h"
-#include "xsi_ppgeventcontext.h"
 #include "xsi_ppglayout.h"
 
 using namespace XSI;
@@ -12,14 +11,8 @@ namespace orbelin::smooth {
 
 void BuildLayout(CustomProperty& property) {
     PPGLayout layout = property.GetPPGLayout();
-    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/smoothmap.html"));
-    layout.Clear();
     LONG mode = property.GetParameterValue(L"OpMode");
-
-    layout.AddTab(L"Smooth Weightmap");
-    layout.AddGroup(L"Execution State");
-    layout.AddItem(L"Enable", L"Enable");
-    layout.EndGroup();
+    BeginToolPage(layout, L"smoothmap.html", L"Smooth Weightmap");
     layout.AddGroup(L"Mode");
     PPGItem modeItem = layout.AddEnumControl(
         L"OpMode", EnumItems({{L" Hold ", 0}, {L" Read From Input ", 1}, {L" Read From Input - Caching ", 2}}), L"Mode");
@@ -64,20 +57,5 @@ SICALLBACK Orbelin_zrSmoothMapProp_DefineLayout(CRef& in_ctxt) {
 // The page is rebuilt when it opens and when the mode changes. Its Clean Cache button has no
 // handler: pressing it leaves the cache as it is (only a change of CleanCacheIdx cleans it).
 SICALLBACK Orbelin_zrSmoothMapProp_PPGEvent(const CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrSmoothMapProp_PPGEvent", [&] {
-        PPGEventContext ctxt(in_ctxt);
-        if (ctxt.GetEventID() == PPGEventContext::siOnInit) {
-            CustomProperty property(ctxt.GetSource());
-            BuildLayout(property);
-            ctxt.PutAttribute(L"Refresh", CValue(true));
-        } else if (ctxt.GetEventID() == PPGEventContext::siParameterChange) {
-            Parameter changed(ctxt.GetSource());
-            if (changed.GetScriptName() == CString(L"OpMode")) {
-                CustomProperty property(changed.GetParent());
-                BuildLayout(property);
-                ctxt.PutAttribute(L"Refresh", CValue(true));
-            }
-        }
-        return CStatus(CStatus::OK);
-    });
+    return CallbackGuard(L"Orbelin_zrSmoothMapProp_PPGEvent", [&] { return ModePageEvent(in_ctxt, BuildLayout); });
 }

@@ -5,7 +5,6 @@
 #include "shell/page.h"
 #include "xsi_application.h"
 #include "xsi_context.h"
-#include "xsi_ppgeventcontext.h"
 #include "xsi_ppglayout.h"
 
 using namespace XSI;
@@ -14,14 +13,8 @@ namespace orbelin::tension {
 
 void BuildLayout(CustomProperty& property) {
     PPGLayout layout = property.GetPPGLayout();
-    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/tensionmap.html"));
-    layout.Clear();
     LONG mode = property.GetParameterValue(L"OpMode");
-
-    layout.AddTab(L"Tension Weightmap");
-    layout.AddGroup(L"Execution State");
-    layout.AddItem(L"Enable", L"Enable");
-    layout.EndGroup();
+    BeginToolPage(layout, L"tensionmap.html", L"Tension Weightmap");
     layout.AddButton(L"ResetPose", L"Reset Reference Pose");
     layout.AddGroup(L"Mode");
     PPGItem modeItem = layout.AddEnumControl(
@@ -67,33 +60,21 @@ SICALLBACK Orbelin_zrTensionMapProp_DefineLayout(CRef& in_ctxt) {
     return CStatus::OK;
 }
 
-// The page is rebuilt when it opens and when the mode changes; "CleanCache" moves the cache
-// counter on (the caching mode then starts again), "ResetPose" makes the mesh as it is now
-// the reference.
+namespace {
+
+// "CleanCache" moves the cache counter on (the caching mode then starts again), "ResetPose"
+// makes the mesh as it is now the reference.
+void PressButton(CustomProperty& property, const CString& button) {
+    if (button == CString(L"CleanCache")) {
+        LONG idx = property.GetParameterValue(L"CleanCacheIdx");
+        property.PutParameterValue(L"CleanCacheIdx", CValue(LONG(NextCounter(idx))));
+    } else if (button == CString(L"ResetPose")) {
+        RunResetPose(property.GetParameterValue(L"BlobFullPath").GetAsText());
+    }
+}
+
+}  // namespace
+
 SICALLBACK Orbelin_zrTensionMapProp_PPGEvent(const CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrTensionMapProp_PPGEvent", [&] {
-        PPGEventContext ctxt(in_ctxt);
-        if (ctxt.GetEventID() == PPGEventContext::siOnInit) {
-            CustomProperty property(ctxt.GetSource());
-            BuildLayout(property);
-            ctxt.PutAttribute(L"Refresh", CValue(true));
-        } else if (ctxt.GetEventID() == PPGEventContext::siParameterChange) {
-            Parameter changed(ctxt.GetSource());
-            if (changed.GetScriptName() == CString(L"OpMode")) {
-                CustomProperty property(changed.GetParent());
-                BuildLayout(property);
-                ctxt.PutAttribute(L"Refresh", CValue(true));
-            }
-        } else if (ctxt.GetEventID() == PPGEventContext::siButtonClicked) {
-            CustomProperty property(ctxt.GetSource());
-            const CString button = ctxt.GetAttribute(L"Button");
-            if (button == CString(L"CleanCache")) {
-                LONG idx = property.GetParameterValue(L"CleanCacheIdx");
-                property.PutParameterValue(L"CleanCacheIdx", CValue(LONG(NextCounter(idx))));
-            } else if (button == CString(L"ResetPose")) {
-                RunResetPose(property.GetParameterValue(L"BlobFullPath").GetAsText());
-            }
-        }
-        return CStatus(CStatus::OK);
-    });
+    return CallbackGuard(L"Orbelin_zrTensionMapProp_PPGEvent", [&] { return ModePageEvent(in_ctxt, BuildLayout, PressButton); });
 }
