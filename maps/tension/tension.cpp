@@ -23,16 +23,18 @@ void Check(const Neighbourhoods& nb, size_t positions, size_t perVertex) {
         if (nb.offsets[v] > nb.offsets[v + 1]) throw std::invalid_argument("tension: neighbourhood offsets must not decrease");
     if (nb.offsets[nb.vertexCount] > nb.indices.size())
         throw std::invalid_argument("tension: neighbourhood offsets go past the indices");
-    for (size_t i = nb.offsets[0]; i < nb.offsets[nb.vertexCount]; ++i)
-        if (nb.indices[i] >= nb.vertexCount) throw std::invalid_argument("tension: a neighbour names no vertex");
+    // The indices are checked as they are read, on every core, rather than in a pass of their own.
 }
 
+[[noreturn]] void NamesNoVertex() { throw std::invalid_argument("tension: a neighbour names no vertex"); }
+
 // S(v) / c(v): 0/0 (NaN) when nothing counts, as defined.
-inline double Spread(const uint32_t* offsets, const uint32_t* indices, const double* p, size_t v) {
+inline double Spread(const uint32_t* offsets, const uint32_t* indices, const double* p, size_t v, size_t vertexCount) {
     const double x = p[3 * v], y = p[3 * v + 1], z = p[3 * v + 2];
     double sum = 0.0;
     size_t count = 0;
     for (uint32_t i = offsets[v], e = offsets[v + 1]; i < e; ++i) {
+        if (indices[i] >= vertexCount) NamesNoVertex();
         const double* q = p + 3 * size_t{indices[i]};
         const double dx = q[0] - x, dy = q[1] - y, dz = q[2] - z;
         const double d = dx * dx + dy * dy + dz * dz;
@@ -53,7 +55,7 @@ void Spreads(const Neighbourhoods& nb, std::span<const double> positions, std::s
     const double* p = positions.data();
     double* out = spreads.data();
     ForChunks(nb.vertexCount, [&](size_t begin, size_t end) {
-        for (size_t v = begin; v < end; ++v) out[v] = Spread(offsets, indices, p, v);
+        for (size_t v = begin; v < end; ++v) out[v] = Spread(offsets, indices, p, v, nb.vertexCount);
     });
 }
 
@@ -108,7 +110,7 @@ RangeSeen Tensions(const Neighbourhoods& nb, std::span<const double> positions, 
     ForChunks(nb.vertexCount, [&](size_t begin, size_t end) {
         RangeSeen chunk;
         for (size_t v = begin; v < end; ++v) {
-            double t = (Spread(offsets, indices, p, v) / ref[v] - 1.0) * o.factor;
+            double t = (Spread(offsets, indices, p, v, nb.vertexCount) / ref[v] - 1.0) * o.factor;
             if (o.postProcess == kPostClamp) t = ClampValue(t, o.min, o.max);
             else if (o.postProcess == kPostChangeRange) chunk.See(t);
             out[v] = t;
