@@ -49,6 +49,20 @@ void BeginToolPage(XSI::PPGLayout& layout, const wchar_t* helpFile, const wchar_
     layout.EndGroup();
 }
 
+void AddModeGroup(XSI::PPGLayout& layout, const XSI::CustomProperty& property, const wchar_t* what) {
+    const CString live = CString(L" Read From ") + what + L" ", caching = CString(L" Read From ") + what + L" - Caching ";
+    layout.AddGroup(L"Mode");
+    XSI::PPGItem mode = layout.AddEnumControl(
+        L"OpMode", EnumItems({{L" Hold ", 0}, {live.GetWideString(), 1}, {caching.GetWideString(), 2}}), L"Mode");
+    mode.PutAttribute(XSI::siUINoLabel, CValue(true));
+    if (static_cast<LONG>(property.GetParameterValue(L"OpMode")) == 2) {
+        layout.AddButton(L"CleanCache", L"Clean Cache");
+        layout.AddItem(L"StartFrame", L"Start Frame");
+        layout.AddItem(L"EndFrame", L"End Frame");
+    }
+    layout.EndGroup();
+}
+
 XSI::CStatus ModePageEvent(const XSI::CRef& context, PageBuilder build, ButtonHandler button) {
     XSI::PPGEventContext ctxt(context);
     if (ctxt.GetEventID() == XSI::PPGEventContext::siOnInit) {

@@ -13,19 +13,9 @@ namespace orbelin::tension {
 
 void BuildLayout(CustomProperty& property) {
     PPGLayout layout = property.GetPPGLayout();
-    LONG mode = property.GetParameterValue(L"OpMode");
     BeginToolPage(layout, L"tensionmap.html", L"Tension Weightmap");
     layout.AddButton(L"ResetPose", L"Reset Reference Pose");
-    layout.AddGroup(L"Mode");
-    PPGItem modeItem = layout.AddEnumControl(
-        L"OpMode", EnumItems({{L" Hold ", 0}, {L" Read From Blob ", 1}, {L" Read From Blob - Caching ", 2}}), L"Mode");
-    modeItem.PutAttribute(siUINoLabel, CValue(true));
-    if (mode == 2) {
-        layout.AddButton(L"CleanCache", L"Clean Cache");
-        layout.AddItem(L"StartFrame", L"Start Frame");
-        layout.AddItem(L"EndFrame", L"End Frame");
-    }
-    layout.EndGroup();
+    AddModeGroup(layout, property, L"Blob");
     layout.AddGroup(L"Post-Process");
     layout.AddItem(L"Factor", L"Factor");
     layout.AddEnumControl(L"OpWeightPostProcess", EnumItems({{L" None ", 0}, {L" Clamp ", 1}, {L" Change Range ", 2}}),
@@ -40,24 +30,6 @@ void RunResetPose(const CString& blobPath) {
     args[0] = CValue(blobPath);
     CValue ignored;
     Application().ExecuteCommand(kResetCommand, args, ignored);
-}
-
-}  // namespace orbelin::tension
-
-using namespace orbelin;
-using namespace orbelin::tension;
-
-SICALLBACK Orbelin_zrTensionMapProp_Define(CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrTensionMapProp_Define", [&] {
-        CustomProperty property(Context(in_ctxt).GetSource());
-        DefineParameters(property, kRows, kStartFrame, kEndFrame);
-        return CStatus(CStatus::OK);
-    });
-}
-
-SICALLBACK Orbelin_zrTensionMapProp_DefineLayout(CRef& in_ctxt) {
-    (void)in_ctxt;  // the page is built when it opens: it depends on the mode
-    return CStatus::OK;
 }
 
 namespace {
@@ -75,6 +47,7 @@ void PressButton(CustomProperty& property, const CString& button) {
 
 }  // namespace
 
-SICALLBACK Orbelin_zrTensionMapProp_PPGEvent(const CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrTensionMapProp_PPGEvent", [&] { return ModePageEvent(in_ctxt, BuildLayout, PressButton); });
-}
+}  // namespace orbelin::tension
+
+ORBELIN_MODE_PAGE_PROPERTY(Orbelin_zrTensionMapProp, orbelin::tension::kRows, orbelin::tension::kStartFrame,
+                           orbelin::tension::kEndFrame, orbelin::tension::BuildLayout, orbelin::tension::PressButton)
