@@ -93,9 +93,11 @@ XSI::CStatus UpdateWithRecord(XSI::UpdateContext& ctxt, XSI::OutputPort& output,
 // output port "OutWeightMap", then writes nothing (disabled), the held or the cached weights,
 // or calls evaluate(record, inputs, out) to fill `out` with the live result, applies Keep
 // Maximum and stores it for the frame, and writes it.
-template <class Record, class Evaluate>
+// `prepare(record, inputs)` runs first in every update that is enabled, whatever it then
+// writes (held, cached or live weights): what a tool keeps in step with its inputs.
+template <class Record, class Prepare, class Evaluate>
 XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& output, const ExecutionLayout& layout,
-                                  const wchar_t* callback, Evaluate&& evaluate) {
+                                  const wchar_t* callback, Prepare&& prepare, Evaluate&& evaluate) {
     return CallbackGuard(callback, [&] {
         if (output.GetName() != XSI::CString(L"OutWeightMap")) return XSI::CStatus(XSI::CStatus::OK);
         Record* record = OperatorRecord<Record>(ctxt);
@@ -110,6 +112,7 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
         UpdateStep step = BeginUpdate(
             cache, p, ctxt.GetCurrentFrame(), [&] { return in.map.GetElements().GetArray(); },
             [&] { return XSI::Cluster(op.GetPortAt(layout.clusterPort, layout.clusterGroup, 0).GetTarget()).GetElements().GetCount(); });
+        if (step != UpdateStep::WriteNothing) prepare(*record, in);
         switch (step) {
             case UpdateStep::WriteNothing: break;
             case UpdateStep::WriteHeld: out.GetElements().PutArray(cache.heldWeights); break;
@@ -125,18 +128,23 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     });
 }
 
+// The preparation of a tool that keeps nothing in step.
+template <class Record>
+void NoPreparation(Record&, LiveInputs&) {}
+
 }  // namespace orbelin
 
 // The three exports of an operator over the shared frame cache, which the host finds by name:
 // `op`_Init, `op`_Update and `op`_Term, the record of type `record`, the execution parameters
-// where `layout` says, and `evaluate(record&, LiveInputs&)` giving the live weights as a
-// CDoubleArray& the record keeps.
-#define ORBELIN_FRAME_CACHE_OPERATOR(op, record, layout, evaluate)                                                      \
+// where `layout` says, `prepare(record&, LiveInputs&)` run before every enabled update writes,
+// and `evaluate(record&, LiveInputs&)` giving the live weights as a CDoubleArray& the record
+// keeps.
+#define ORBELIN_FRAME_CACHE_OPERATOR_PREPARED(op, record, layout, prepare, evaluate)                                 \
     XSIPLUGINCALLBACK XSI::CStatus op##_Init(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::InitOperator<record>(ctxt, L## #op "_Init");                                                 \
     }                                                                                                                \
     XSIPLUGINCALLBACK XSI::CStatus op##_Update(XSI::UpdateContext& ctxt, XSI::OutputPort& output) {                  \
-        return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", evaluate);             \
+        return orbelin::UpdateOverFrameCache<record>(ctxt, output, layout, L## #op "_Update", prepare, evaluate);    \
     }                                                                                                                \
     XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
@@ -154,3 +162,6 @@ XSI::CStatus UpdateOverFrameCache(XSI::UpdateContext& ctxt, XSI::OutputPort& out
     XSIPLUGINCALLBACK XSI::CStatus op##_Term(XSI::UpdateContext& ctxt, LONG) {                                       \
         return orbelin::TermOperator<record>(ctxt, L## #op "_Term");                                                 \
     }
+// The same for a tool with nothing to prepare.
+#define ORBELIN_FRAME_CACHE_OPERATOR(op, record, layout, evaluate) \
+    ORBELIN_FRAME_CACHE_OPERATOR_PREPARED(op, record, layout, orbelin::NoPreparation<record>, evaluate)

@@ -42,6 +42,51 @@ void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> r
     }
 }
 
+void BeginToolPage(XSI::PPGLayout& layout, const wchar_t* helpFile, const wchar_t* tab) {
+    layout.PutAttribute(XSI::siUIHelpFile, CValue(CString(L"https://orbelin.example/help/") + helpFile));
+    layout.Clear();
+    layout.AddTab(tab);
+    layout.AddGroup(L"Execution State");
+    layout.AddItem(L"Enable", L"Enable");
+    layout.EndGroup();
+}
+
+void AddModeGroup(XSI::PPGLayout& layout, const XSI::CustomProperty& property, const wchar_t* what) {
+    const CString live = CString(L" Read From ") + what + L" ", caching = CString(L" Read From ") + what + L" - Caching ";
+    layout.AddGroup(L"Mode");
+    XSI::PPGItem mode = layout.AddEnumControl(
+        L"OpMode", EnumItems({{L" Hold ", 0}, {live.GetWideString(), 1}, {caching.GetWideString(), 2}}), L"Mode");
+    mode.PutAttribute(XSI::siUINoLabel, CValue(true));
+    if (static_cast<LONG>(property.GetParameterValue(L"OpMode")) == 2) {
+        layout.AddButton(L"CleanCache", L"Clean Cache");
+        layout.AddItem(L"StartFrame", L"Start Frame");
+        layout.AddItem(L"EndFrame", L"End Frame");
+    }
+    layout.EndGroup();
+}
+
+XSI::CStatus ModePageEvent(const XSI::CRef& context, PageBuilder build, ButtonHandler button,
+                           std::initializer_list<const wchar_t*> rebuildOn) {
+    XSI::PPGEventContext ctxt(context);
+    if (ctxt.GetEventID() == XSI::PPGEventContext::siOnInit) {
+        XSI::CustomProperty property(ctxt.GetSource());
+        build(property);
+        ctxt.PutAttribute(L"Refresh", CValue(true));
+    } else if (ctxt.GetEventID() == XSI::PPGEventContext::siParameterChange) {
+        XSI::Parameter changed(ctxt.GetSource());
+        const CString name = changed.GetScriptName();
+        if (std::any_of(rebuildOn.begin(), rebuildOn.end(), [&](const wchar_t* w) { return name == CString(w); })) {
+            XSI::CustomProperty property(changed.GetParent());
+            build(property);
+            ctxt.PutAttribute(L"Refresh", CValue(true));
+        }
+    } else if (ctxt.GetEventID() == XSI::PPGEventContext::siButtonClicked && button) {
+        XSI::CustomProperty property(ctxt.GetSource());
+        button(property, ctxt.GetAttribute(L"Button"));
+    }
+    return XSI::CStatus::OK;
+}
+
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow) {
     const CString suffix(CValue(k).GetAsText());
     for (const ParamRow* row : {&enabledRow, &factorRow}) {
@@ -90,26 +135,6 @@ LONG ConnexionCount(const XSI::CustomProperty& property, LONG group) {
 
 }  // namespace
 
-XSI::CStatus RebuildingPageEvent(const XSI::CRef& context, std::initializer_list<const wchar_t*> rebuildOn,
-                                 PageBuilder build) {
-    XSI::PPGEventContext ctxt(context);
-    if (ctxt.GetEventID() == XSI::PPGEventContext::siOnInit) {
-        XSI::CustomProperty property(ctxt.GetSource());
-        build(property);
-        ctxt.PutAttribute(L"Refresh", CValue(true));
-    } else if (ctxt.GetEventID() == XSI::PPGEventContext::siParameterChange) {
-        XSI::Parameter changed(ctxt.GetSource());
-        const CString name = changed.GetScriptName();
-        for (const wchar_t* watched : rebuildOn)
-            if (name == CString(watched)) {
-                XSI::CustomProperty property(changed.GetParent());
-                build(property);
-                ctxt.PutAttribute(L"Refresh", CValue(true));
-                break;
-            }
-    }
-    return XSI::CStatus(XSI::CStatus::OK);
-}
 
 XSI::CStatus ConnexionPageEvent(const XSI::CRef& context, const ConnexionPage& page) {
     XSI::PPGEventContext ctxt(context);

@@ -8,8 +8,10 @@
 #include <span>
 #include <utility>
 
+#include "shell/guard.h"
 #include "shell/installation.h"
 #include "shell/parameters.h"
+#include "xsi_context.h"
 #include "xsi_customproperty.h"
 #include "xsi_ppglayout.h"
 #include "xsi_ref.h"
@@ -26,6 +28,15 @@ LONG PlayControlValue(const wchar_t* which);
 // Adds the rows' parameters in order; the rows at `startFrame` and `endFrame` take the play
 // range as it is now for their defaults.
 void DefineParameters(XSI::CustomProperty& property, std::span<const ParamRow> rows, LONG startFrame, LONG endFrame);
+
+// Clears a tool's page and starts it again: the help page (a file name under the plug-in's help
+// address), the first tab, and the "Execution State" group with Enable.
+void BeginToolPage(XSI::PPGLayout& layout, const wchar_t* helpFile, const wchar_t* tab);
+
+// The "Mode" group of a tool whose modes are Hold, live and live with a cache: OpMode without
+// label, its items named by the tool ("what" for " Read From " + what, and the caching one
+// after it), and when caching the Clean Cache button and the frame range.
+void AddModeGroup(XSI::PPGLayout& layout, const XSI::CustomProperty& property, const wchar_t* what);
 
 // Adds "Enabled_" + k and "Factor_" + k, described by the two rows, when the property lacks them.
 void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& enabledRow, const ParamRow& factorRow);
@@ -60,9 +71,30 @@ struct ConnexionPage {
 };
 
 // The page events of a tool without connexions: the page built when it opens and when one of
-// the `rebuildOn` parameters changes; nothing else.
-XSI::CStatus RebuildingPageEvent(const XSI::CRef& context, std::initializer_list<const wchar_t*> rebuildOn,
-                                 PageBuilder build);
+// the `rebuildOn` parameters changes (by default OpMode: the page shows the cache's range only
+// when caching); a button pressed goes to `button(property, name)` when the tool has one, and
+// does nothing otherwise.
+using ButtonHandler = void (*)(XSI::CustomProperty& property, const XSI::CString& button);
+XSI::CStatus ModePageEvent(const XSI::CRef& context, PageBuilder build, ButtonHandler button = nullptr,
+                           std::initializer_list<const wchar_t*> rebuildOn = {L"OpMode"});
+
+// The three property callbacks of a tool without connexions, which the host finds by name:
+// `prop`_Define adds the rows' parameters (the frame rows taking the play range),
+// `prop`_DefineLayout leaves the page to be built when it opens (it depends on the mode), and
+// `prop`_PPGEvent is ModePageEvent with the tool's page builder and button handler (or nullptr).
+#define ORBELIN_MODE_PAGE_PROPERTY(prop, rows, startFrame, endFrame, build, button)                              \
+    SICALLBACK prop##_Define(XSI::CRef& in_ctxt) {                                                              \
+        return orbelin::CallbackGuard(L## #prop "_Define", [&] {                                                \
+            XSI::CustomProperty property(XSI::Context(in_ctxt).GetSource());                                    \
+            orbelin::DefineParameters(property, rows, startFrame, endFrame);                                    \
+            return XSI::CStatus(XSI::CStatus::OK);                                                              \
+        });                                                                                                     \
+    }                                                                                                           \
+    SICALLBACK prop##_DefineLayout(XSI::CRef&) { return XSI::CStatus::OK; }                                     \
+    SICALLBACK prop##_PPGEvent(const XSI::CRef& in_ctxt) {                                                      \
+        return orbelin::CallbackGuard(L## #prop "_PPGEvent",                                                    \
+                                      [&] { return orbelin::ModePageEvent(in_ctxt, build, button); });          \
+    }
 
 // The page events of a tool with connexions: the page built when it opens and when a listed
 // parameter changes; "Connect", "Remove_" k, "RemoveAll" run the tool's commands;

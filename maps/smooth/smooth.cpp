@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "common/parallel.h"
+#include "common/post_process.h"
 
 namespace orbelin::smooth {
 
@@ -85,13 +86,6 @@ Gathered GatherWalk(const Neighbours& nb, const double* cur, uint32_t p, int64_t
     return g;
 }
 
-double Clamp(double a, double lo, double hi) {
-    const double m = hi > a ? a : hi;
-    if (!(m > lo)) return lo;
-    if (!(hi > a)) return hi;
-    return a;
-}
-
 }  // namespace
 
 Stats Smooth(const Neighbours& nb, std::span<const int32_t> cluster, std::span<const double> weights,
@@ -120,7 +114,7 @@ Stats Smooth(const Neighbours& nb, std::span<const int32_t> cluster, std::span<c
     }
 
     Stats stats;
-    double maxSeen = -10000.0, minSeen = 10000.0;
+    RangeSeen seen;
     std::mutex walkersLock;
     std::vector<size_t> freeWalkers;  // the walkers no chunk is using
     freeWalkers.reserve(ws.walkers.size());
@@ -159,7 +153,7 @@ Stats Smooth(const Neighbours& nb, std::span<const int32_t> cluster, std::span<c
                     } else {
                         a = g.sum / static_cast<double>(g.count);
                     }
-                    if (options.postProcess == 1) a = Clamp(a, options.min, options.max);
+                    if (options.postProcess == kPostClamp) a = ClampValue(a, options.min, options.max);
                     averages[j] = a;
                 }
                 if (chunkEmpty) empty += chunkEmpty;
@@ -173,10 +167,7 @@ Stats Smooth(const Neighbours& nb, std::span<const int32_t> cluster, std::span<c
         for (size_t j = 0; j < E; ++j) {
             if (!valid(cluster[j])) continue;
             const double a = averages[j];
-            if (options.postProcess == 2) {
-                if (a > maxSeen) maxSeen = a;
-                if (a < minSeen) minSeen = a;
-            }
+            if (options.postProcess == kPostChangeRange) seen.See(a);
             ws.next[static_cast<size_t>(cluster[j])] = a;
         }
         // Vertices outside the cluster are 0 in both arrays and cluster vertices are all
@@ -187,13 +178,10 @@ Stats Smooth(const Neighbours& nb, std::span<const int32_t> cluster, std::span<c
     const std::vector<double>& last = options.repeat >= 1 ? ws.cur : ws.next;
     for (size_t j = 0; j < E; ++j) result[j] = valid(cluster[j]) ? last[static_cast<size_t>(cluster[j])] : 0.0;
 
-    if (options.postProcess == 2 && maxSeen != minSeen) {
-        const double scale = (options.max - options.min) / (maxSeen - minSeen);
-        for (size_t j = 0; j < E; ++j) {
-            if (!valid(cluster[j])) continue;
-            const double v = result[j], d = v - minSeen;
-            result[j] = (d >= 0 ? v - minSeen : -v - minSeen) * scale + options.min;
-        }
+    if (options.postProcess == kPostChangeRange && seen.Stretches()) {
+        const RangeMap stretch(seen, options.min, options.max);
+        for (size_t j = 0; j < E; ++j)
+            if (valid(cluster[j])) result[j] = stretch(result[j]);
     }
     return stats;
 }

@@ -9,6 +9,7 @@
 
 #include "xsi_geometry.h"
 #include "xsi_longarray.h"
+#include "xsi_vector3.h"
 
 namespace orbelin {
 
@@ -28,6 +29,8 @@ struct MeshTopology {
 
 // Reads the topology of a polygon mesh geometry; false (and an empty topology) for any other.
 bool ReadTopology(const XSI::Geometry& geometry, MeshTopology& out);
+// The same, with the positions of its points read in the same call (their storage reused).
+bool ReadTopology(const XSI::Geometry& geometry, MeshTopology& out, XSI::MATH::CVector3Array& points);
 
 // The vertices joined to each vertex by an edge, in Vertex::GetNeighborVertices(1)'s order:
 // by edge, edges numbered as first walked (polygons in order, corners in order, each corner to
@@ -37,5 +40,10 @@ void EdgeNeighbours(const MeshTopology& topology, PackedNeighbours& out);
 // The vertices of the polygons around each vertex, other than itself, each once: polygons in
 // increasing index, corners in order.
 void FaceNeighbours(const MeshTopology& topology, PackedNeighbours& out);
+// The corners of the polygons around each vertex, polygon after polygon (increasing index),
+// corners in order, the vertex's own corners left out: a vertex shared by two of those
+// polygons is listed twice. In the order Vertex::GetNeighborPolygons(1) then
+// PolygonFace::GetVertices give them.
+void CornerNeighbours(const MeshTopology& topology, PackedNeighbours& out);
 
 }  // namespace orbelin

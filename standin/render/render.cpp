@@ -50,13 +50,14 @@ std::array<double, 3> ViridisFit(double t) {
     return out;
 }
 
-const std::array<Rgb, 256>& ViridisTable() {
-    static const std::array<Rgb, 256> table = [] {
+const std::array<Rgb, 256>& ColourTable(ColourMap map) {
+    static const auto make = [](ColourMap m) {
         std::array<Rgb, 256> t{};
-        for (int i = 0; i < 256; ++i) t[static_cast<size_t>(i)] = Viridis(i / 255.0);
+        for (int i = 0; i < 256; ++i) t[static_cast<size_t>(i)] = MapColour(m, i / 255.0);
         return t;
-    }();
-    return table;
+    };
+    static const std::array<Rgb, 256> perceptual = make(ColourMap::Perceptual), diverging = make(ColourMap::Diverging);
+    return map == ColourMap::Diverging ? diverging : perceptual;
 }
 
 bool Finite(const Vec3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
@@ -248,8 +249,9 @@ struct Shade {
 // The supersampled frame: colours packed 0x00BBGGRR and 1/depth (0 = nothing drawn yet).
 class Frame {
 public:
-    Frame(int w, int h) : m_w(w), m_h(h), m_colour(static_cast<size_t>(w) * h), m_depth(static_cast<size_t>(w) * h, 0.0f) {
-        const auto& lut = ViridisTable();
+    Frame(int w, int h, ColourMap map)
+        : m_w(w), m_h(h), m_colour(static_cast<size_t>(w) * h), m_depth(static_cast<size_t>(w) * h, 0.0f) {
+        const auto& lut = ColourTable(map);
         for (size_t i = 0; i < 256; ++i) m_lut[i] = {float(lut[i].r), float(lut[i].g), float(lut[i].b)};
     }
     int Width() const { return m_w; }
@@ -502,10 +504,10 @@ Layout MakeLayout(const RenderOptions& options, bool hasValues, const ValueRange
     return l;
 }
 
-void DrawLegend(Image& image, const Layout& l) {
+void DrawLegend(Image& image, const Layout& l, ColourMap map) {
     const Rgb border{90, 92, 98};
     for (int y = 0; y < l.barH; ++y) {
-        const Rgb c = Viridis(l.barH > 1 ? 1.0 - double(y) / (l.barH - 1) : 0.5);
+        const Rgb c = MapColour(map, l.barH > 1 ? 1.0 - double(y) / (l.barH - 1) : 0.5);
         for (int x = 0; x < l.barW; ++x) image.Set(l.barX + x, l.barY + y, c);
     }
     for (int x = -1; x <= l.barW; ++x) image.Set(l.barX + x, l.barY - 1, border), image.Set(l.barX + x, l.barY + l.barH, border);
@@ -533,6 +535,19 @@ Rgb Viridis(double t) {
     return {static_cast<uint8_t>(std::lround(c[0] * 255)), static_cast<uint8_t>(std::lround(c[1] * 255)),
             static_cast<uint8_t>(std::lround(c[2] * 255))};
 }
+
+Rgb Diverging(double t) {
+    if (std::isnan(t)) t = 0.5;
+    t = std::clamp(t, 0.0, 1.0);
+    // Blue (40, 80, 200) to white, then white to red (200, 40, 40): linear on each side.
+    const Rgb ends[2] = {{40, 80, 200}, {200, 40, 40}};
+    const Rgb& end = t < 0.5 ? ends[0] : ends[1];
+    const double a = t < 0.5 ? 1.0 - 2.0 * t : 2.0 * t - 1.0;  // 0 at white, 1 at the end
+    auto mix = [a](uint8_t e) { return static_cast<uint8_t>(std::lround(255.0 + (e - 255.0) * a)); };
+    return {mix(end.r), mix(end.g), mix(end.b)};
+}
+
+Rgb MapColour(ColourMap map, double t) { return map == ColourMap::Diverging ? Diverging(t) : Viridis(t); }
 
 Drawable MeshDrawable(const mesh::PolyMesh& mesh, std::vector<double> values) {
     Drawable d;
@@ -583,7 +598,7 @@ Image Render(const Scene& scene, const RenderOptions& options) {
     const int sw = layout.viewW * ss, sh = layout.viewH * ss;
     const View view = MakeView(scene, options, sw, sh);
 
-    Frame frame(sw, sh);
+    Frame frame(sw, sh, options.colourMap);
     for (int y = 0; y < sh; ++y) {
         const uint32_t bg = Pack(Background(layout.viewY + y / ss, options.height));
         for (int x = 0; x < sw; ++x) frame.Colour(x, y) = bg;
@@ -685,7 +700,7 @@ Image Render(const Scene& scene, const RenderOptions& options) {
                        static_cast<uint8_t>((b + area / 2) / area)});
         }
 
-    if (layout.legend) DrawLegend(image, layout);
+    if (layout.legend) DrawLegend(image, layout, options.colourMap);
     if (layout.viewY > 0) DrawText(image, layout.margin, layout.margin, options.title, kInk, layout.scale);
     return image;
 }

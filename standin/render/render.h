@@ -72,8 +72,13 @@ struct ValueRange {
     double min = 0.0, max = 1.0;
 };
 
+// How values turn into colours: the perceptual map, or a diverging one for values around a
+// neutral middle (blue at the low end, white in the middle of the range, red at the high end).
+enum class ColourMap { Perceptual, Diverging };
+
 struct RenderOptions {
     int width = 800, height = 600;
+    ColourMap colourMap = ColourMap::Perceptual;
     // None: a three-quarter view from above, (1, 1.2, 1.6) from the centre of everything, at
     // the distance where every point fits the view with a margin.
     std::optional<Camera> camera;
@@ -98,6 +103,11 @@ void WritePng(const Image& image, const std::string& path);
 // The colour map: t in [0, 1] from dark purple through teal and green to yellow; clamped
 // outside, NaN gives the low end.
 Rgb Viridis(double t);
+// The diverging map: t in [0, 1] from blue through white (0.5) to red; clamped outside, NaN
+// gives the middle.
+Rgb Diverging(double t);
+// The map's colour at t.
+Rgb MapColour(ColourMap map, double t);
 
 // The built-in 5 x 7 pixel font (descenders one row lower), each pixel drawn as a
 // scale x scale square; a character advances 6 * scale. Characters it lacks are drawn as a

@@ -318,10 +318,19 @@ void Host::SetPointPositions(const CRef& object, std::vector<mesh::Vec3> positio
         XSI::Host::Touch(m->parent);
         return;
     }
+    if (m->keyedPositions.empty()) m->restPositions.assign(m->mesh.Positions().begin(), m->mesh.Positions().end());
     m->keyedPositions[RequireFrame(*frame)] = std::move(positions);
     if (std::find(m_impl->deforming.begin(), m_impl->deforming.end(), Ptr<PolyMeshNode>(m)) == m_impl->deforming.end())
         m_impl->deforming.emplace_back(m);
     m->ApplyKeyedPositions(m_frame);
+}
+
+std::vector<mesh::Vec3> Host::RestPositions(const CRef& object) const {
+    auto* x = XSI::Host::As<X3DNode>(object);
+    auto* m = x && x->primitive ? dynamic_cast<PolyMeshNode*>(x->primitive->geometry.get()) : nullptr;
+    if (!m) throw std::invalid_argument(XSI::Host::ToUtf8(std::wstring(object.GetAsText().GetWideString())) + " is not a polygon mesh object");
+    if (!m->keyedPositions.empty()) return m->restPositions;
+    return {m->mesh.Positions().begin(), m->mesh.Positions().end()};
 }
 
 void Host::SetTransform(const CRef& object, const MATH::CTransformation& local, std::optional<double> frame) {

@@ -106,6 +106,9 @@ public:
     // Animation: a mesh's point positions, and an object's local transform, set for good or
     // keyed at a frame (between keys they move linearly; outside, the end key holds).
     void SetPointPositions(const CRef& object, std::vector<mesh::Vec3> positions, std::optional<double> frame = {});
+    // The positions a polygon mesh object had before its points were first keyed (its
+    // positions now when they are not keyed).
+    std::vector<mesh::Vec3> RestPositions(const CRef& object) const;
     void SetTransform(const CRef& object, const MATH::CTransformation& local, std::optional<double> frame = {});
 
     // Selection.

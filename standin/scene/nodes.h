@@ -162,6 +162,8 @@ struct PolyMeshNode : GeometryNode {
     mesh::PolyMesh mesh;
     // Point positions keyed by frame (a deforming mesh); between keys they move linearly.
     std::map<double, std::vector<mesh::Vec3>> keyedPositions;
+    // The positions the mesh had before its first key (a deformation's rest shape).
+    std::vector<mesh::Vec3> restPositions;
     void ApplyKeyedPositions(double frame);
     explicit PolyMeshNode(mesh::PolyMesh m) : mesh(std::move(m)) {}
     siClassID ClassID() const override { return XSI::siPolygonMeshID; }

@@ -13,6 +13,8 @@
 //   CreateSpiral(name[, radius[, height[, turns]]]);  CreateSurface("Grid" | "Sphere", name[, options])
 //   SetTransform(object, {pos = {x, y, z}, rot = {x, y, z} (degrees), scl = {x, y, z}}[, frame])
 //   SetPointPositions(object, {{x, y, z} ...}[, frame])   keyed at a frame when one is given
+//   KeyDeformation(object, frame, {squash =, bend = degrees, axis = "y", origin = {x, y, z}})
+//       the rest shape squashed (volume kept) then bent along an axis, keyed at the frame
 //   Exists(path);  SelectObj(path | {paths});  AddToSelection(path);  DeselectAll();  GetSelection()
 //   ExecuteCommand(name, {args}) -> return value (raises when the command fails)
 //   ExecuteCommandStatus(name, {args}) -> status code, return value
@@ -32,6 +34,7 @@
 //                                  (default: a three-quarter view from above that frames everything)
 //         range = {min, max}       the values the colour bar spans (default: the map's lowest to highest)
 //         title = text;  width = pixels (960);  height = pixels (640)
+//         colormap = "perceptual" (default) | "diverging" (blue, white in the middle, red)
 //   LogMessage(text[, severity]);  LogMessages([from]) -> {{severity=, text=} ...};  LogCount()
 //   CancelProgressAfter(n)
 //   GetFCurveKeys(param) -> {{time, value, interpolation, lx, ly, rx, ry} ...}, interpolation, extrapolation

@@ -153,14 +153,15 @@ PreviewRequest PreviewOptions(lua_State* L, int t) {
     r.render.height = 640;
     if (lua_isnoneornil(L, t)) return r;
     if (!lua_istable(L, t)) throw ScriptError("RenderPreview: the options must be a table {weightmap = ..., camera = ...}");
-    static const std::set<std::string> known = {"weightmap", "objects", "camera", "range", "title", "width", "height"};
+    static const std::set<std::string> known = {"weightmap", "objects", "camera", "range", "title", "width", "height",
+                                                "colormap"};
     lua_pushnil(L);
     while (lua_next(L, t) != 0) {
         lua_pop(L, 1);
         if (lua_type(L, -1) != LUA_TSTRING || !known.contains(lua_tostring(L, -1))) {
             std::string key = lua_type(L, -1) == LUA_TSTRING ? lua_tostring(L, -1) : std::string("a ") + luaL_typename(L, -1) + " key";
             lua_pop(L, 1);
-            throw ScriptError("RenderPreview: unknown option '" + key + "' (weightmap, objects, camera, range, title, width, height)");
+            throw ScriptError("RenderPreview: unknown option '" + key + "' (weightmap, objects, camera, range, title, width, height, colormap)");
         }
     }
     auto field = [&](const char* key) {
@@ -189,6 +190,10 @@ PreviewRequest PreviewOptions(lua_State* L, int t) {
 
     r.weightmap = text("weightmap");
     r.render.title = text("title");
+    const std::string colours = text("colormap");
+    if (colours == "diverging") r.render.colourMap = render::ColourMap::Diverging;
+    else if (!colours.empty() && colours != "perceptual")
+        throw ScriptError(OptionError("colormap", "must be \"perceptual\" or \"diverging\""));
     size("width", r.render.width);
     size("height", r.render.height);
 

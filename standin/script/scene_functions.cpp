@@ -1,7 +1,9 @@
 // Scene scripts building and selecting: primitives, imported meshes, curves and surfaces,
 // transforms and point positions, the selection.
 
+#include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <map>
 #include <optional>
 #include <string>
@@ -181,6 +183,82 @@ int SetPointPositions(lua_State* L) {
     });
 }
 
+// A rig's deformation of a mesh's rest shape, keyed at a frame: a squash-and-stretch along an
+// axis (the length times `squash`, the width divided by its square root, so the volume
+// stays), then a bend of that length by `bend` degrees toward the next axis (x for a y or z
+// length, y for an x length). Both act from `origin`, by default the middle of the rest shape's
+// base; the bend takes the length from the origin to the far end, points beyond it follow the
+// tangent and points below the origin stay straight.
+struct Deformation {
+    int axis = 1;
+    double squash = 1.0, bendDegrees = 0.0;
+    std::optional<standin::mesh::Vec3> origin;
+};
+
+std::vector<standin::mesh::Vec3> Deform(std::vector<standin::mesh::Vec3> points, const Deformation& d) {
+    if (points.empty() || (d.squash == 1.0 && d.bendDegrees == 0.0)) return points;  // the rest shape, exactly
+    auto at = [](standin::mesh::Vec3& p, int a) -> double& { return a == 0 ? p.x : a == 1 ? p.y : p.z; };
+    const int along = d.axis, toward = d.axis == 0 ? 1 : 0, across = 3 - along - toward;
+    standin::mesh::Vec3 lo = points[0], hi = points[0];
+    for (auto& p : points)
+        for (int a = 0; a < 3; ++a) at(lo, a) = std::min(at(lo, a), at(p, a)), at(hi, a) = std::max(at(hi, a), at(p, a));
+    standin::mesh::Vec3 o = d.origin ? *d.origin
+                                     : standin::mesh::Vec3{(lo.x + hi.x) / 2, (lo.y + hi.y) / 2, (lo.z + hi.z) / 2};
+    if (!d.origin) at(o, along) = at(lo, along);
+    const double width = 1.0 / std::sqrt(d.squash), length = (at(hi, along) - at(o, along)) * d.squash;
+    const double theta = d.bendDegrees * std::acos(-1.0) / 180.0;
+    for (auto& p : points) {
+        double h = (at(p, along) - at(o, along)) * d.squash, u = (at(p, toward) - at(o, toward)) * width;
+        const double w = (at(p, across) - at(o, across)) * width;
+        if (theta != 0.0 && length > 0.0) {
+            const double r = length / theta, hc = std::clamp(h, 0.0, length), phi = hc / r, beyond = h - hc;
+            const double bentU = r - (r - u) * std::cos(phi) + beyond * std::sin(phi);
+            h = (r - u) * std::sin(phi) + beyond * std::cos(phi);
+            u = bentU;
+        }
+        at(p, along) = at(o, along) + h;
+        at(p, toward) = at(o, toward) + u;
+        at(p, across) = at(o, across) + w;
+    }
+    return points;
+}
+
+int KeyDeformation(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        CRef obj = Lookup(ArgString(L, 1, "an object path"));
+        const double frame = ArgNumber(L, 2, "a frame");
+        Deformation d;
+        if (!lua_isnoneornil(L, 3)) {
+            if (!lua_istable(L, 3)) throw ScriptError("KeyDeformation: the deformation must be a table {squash =, bend =, axis =, origin =}");
+            lua_getfield(L, 3, "squash");
+            if (!lua_isnil(L, -1)) d.squash = Finite(ArgNumber(L, lua_gettop(L), "squash"), "KeyDeformation", "squash");
+            lua_getfield(L, 3, "bend");
+            if (!lua_isnil(L, -1)) d.bendDegrees = Finite(ArgNumber(L, lua_gettop(L), "bend"), "KeyDeformation", "bend");
+            lua_getfield(L, 3, "axis");
+            if (!lua_isnil(L, -1)) {
+                const std::string axis = ArgString(L, lua_gettop(L), "an axis");
+                if (axis != "x" && axis != "y" && axis != "z") throw ScriptError("KeyDeformation: axis must be \"x\", \"y\" or \"z\"");
+                d.axis = axis[0] - 'x';
+            }
+            lua_getfield(L, 3, "origin");
+            if (!lua_isnil(L, -1)) {
+                if (!lua_istable(L, -1)) throw ScriptError("KeyDeformation: origin must be a table {x, y, z}");
+                standin::mesh::Vec3 o;
+                for (int c = 0; c < 3; ++c) {
+                    lua_rawgeti(L, -1 - c, c + 1);
+                    (c == 0 ? o.x : c == 1 ? o.y : o.z) = Finite(ArgNumber(L, lua_gettop(L), "origin"), "KeyDeformation", "origin");
+                }
+                lua_pop(L, 3);
+                d.origin = o;
+            }
+            lua_pop(L, 4);
+        }
+        if (!(d.squash > 0.0)) throw ScriptError("KeyDeformation: squash must be above 0");
+        g_host->SetPointPositions(obj, Deform(g_host->RestPositions(obj), d), frame);
+        return 0;
+    });
+}
+
 int Exists(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         lua_pushboolean(L, g_host->Find(Wide(ArgString(L, 1, "a path"))).IsValid());
@@ -255,6 +333,7 @@ const luaL_Reg kFunctions[] = {
     {"CreateSurface", CreateSurface},
     {"SetTransform", SetTransform},
     {"SetPointPositions", SetPointPositions},
+    {"KeyDeformation", KeyDeformation},
     {"Exists", Exists},
     {"SelectObj", SelectObj},
     {"AddToSelection", AddToSelection},

@@ -404,6 +404,7 @@ CStatus UserDataBlob::PutValue(const unsigned char* buffer, unsigned int size) {
     auto* b = NodeOf<UserDataBlobNode>(m_ref);
     if (!b) return CStatus::InvalidArgument;
     b->bytes.assign(buffer, buffer + (buffer ? size : 0));
+    XSI::Host::Touch(b);  // operators reading the blob see the new bytes
     return CStatus::OK;
 }
 

@@ -84,6 +84,37 @@ TEST(RenderColourMap, RunsFromDarkPurpleToYellowGettingLighter) {
     }
 }
 
+TEST(RenderColourMap, DivergingRunsFromBlueThroughWhiteToRedAndIsDrawnWhenChosen) {
+    const Rgb low = Diverging(0.0), mid = Diverging(0.5), high = Diverging(1.0);
+    EXPECT_GT(low.b, 150);
+    EXPECT_LT(low.r, 100);
+    EXPECT_EQ(mid, (Rgb{255, 255, 255}));
+    EXPECT_GT(high.r, 150);
+    EXPECT_LT(high.b, 100);
+    EXPECT_EQ(Diverging(-2.0), low);
+    EXPECT_EQ(Diverging(9.0), high);
+    EXPECT_EQ(Diverging(kNaN), mid);
+    EXPECT_EQ(MapColour(ColourMap::Perceptual, 0.3), Viridis(0.3));
+    // Values from -1 to 1 over a plane: blue on the left, red on the right.
+    Scene scene;
+    scene.drawables.push_back(Quad(-1, -1, 1, 1, 0, 4, [](double x) { return x; }));
+    RenderOptions o = WithCamera(Front());
+    o.colourMap = ColourMap::Diverging;
+    o.valueRange = ValueRange{-1.0, 1.0};
+    Image image = Render(scene, o);
+    const int y = image.height / 2;
+    int first = -1, last = -1;
+    for (int x = 0; x < image.width * 3 / 4; ++x)
+        if (Coloured(image.At(x, y))) {
+            if (first < 0) first = x;
+            last = x;
+        }
+    ASSERT_GT(last - first, 100);
+    const Rgb left = image.At(first + 4, y), right = image.At(last - 4, y);
+    EXPECT_GT(left.b, left.r + 60);
+    EXPECT_GT(right.r, right.b + 60);
+}
+
 TEST(RenderValues, ColourFollowsTheMapAcrossAPlane) {
     Scene scene;
     scene.drawables.push_back(Quad(-1, -1, 1, 1, 0, 4, [](double x) { return (x + 1) / 2; }));

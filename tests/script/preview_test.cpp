@@ -383,4 +383,29 @@ TEST(CacheExample, WritesItsFilesAndReplaysThem) {
     fs::remove_all(dir);
 }
 
+// The Tension example: the bent tube is squashed on its inner side and stretched on its outer
+// side; the ball stretched upwards is squashed around its poles.
+TEST(TensionExample, ShowsStretchAndSquash) {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_tension_example_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    standin::Host host(fs::temp_directory_path());
+    host.GetLog().SetEcho(false);
+    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+    std::ostringstream err;
+    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "tension.lua", err, {{"OUTPUT_DIR", (dir / "results").string()}}), 0)
+        << err.str();
+    const fs::path out = dir / "results" / "tension";
+    for (const char* file : {"tube_frame10.png", "tube_frame20.png", "ball_frame10.png", "ball_frame20.png"})
+        EXPECT_TRUE(fs::exists(out / file)) << file;
+    for (const char* file : {"tube_frame20.csv", "ball_frame10.csv"}) {
+        const std::vector<double> w = CsvWeights(out / file);
+        ASSERT_FALSE(w.empty()) << file;
+        EXPECT_LT(*std::min_element(w.begin(), w.end()), -0.3) << file;
+        EXPECT_GT(*std::max_element(w.begin(), w.end()), 0.3) << file;
+        EXPECT_GE(*std::min_element(w.begin(), w.end()), -1.0) << file;
+        EXPECT_LE(*std::max_element(w.begin(), w.end()), 1.0) << file;
+    }
+    fs::remove_all(dir);
+}
+
 }  // namespace

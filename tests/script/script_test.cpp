@@ -223,6 +223,38 @@ TEST_F(ScriptTest, AnimatedTransformsAndPointsMoveBetweenKeys) {
     EXPECT_NE(err.str().find("needs at least 4 control points"), std::string::npos) << err.str();
 }
 
+TEST_F(ScriptTest, KeyDeformationBendsAndSquashesTheRestShape) {
+    // A tube of height 4 standing on its base (y from -2 to 2): the origin is its base's middle.
+    ASSERT_EQ(Run("local t = CreatePrim('Cylinder', 't', {radius = 0.5, height = 4, subdivu = 8, subdivv = 8, caps = false})\n"
+                  "local rest = GetPointPositions(t)\n"
+                  "KeyDeformation(t, 1, {})\n"
+                  "KeyDeformation(t, 10, {squash = 0.25})\n"
+                  "KeyDeformation(t, 20, {bend = 90})\n"
+                  "SetFrame(10)\n"
+                  "local top = GetPointPositions(t)[#rest]\n"
+                  "assert(math.abs(top[2] - (-2 + 4 * 0.25)) < 1e-12, top[2])\n"
+                  "assert(math.abs(math.sqrt(top[1]^2 + top[3]^2) - 1) < 1e-12)\n"
+                  "SetFrame(20)\n"
+                  "-- a quarter turn toward x: the axis ends at (R, -2 + R), R = 4 / (pi / 2), and the last\n"
+                  "-- ring stands in the plane x = R\n"
+                  "local R = 8 / math.pi\n"
+                  "for i = #rest - 7, #rest do\n"
+                  "  local p = GetPointPositions(t)[i]\n"
+                  "  assert(math.abs(p[1] - R) < 1e-9, p[1])\n"
+                  "end\n"
+                  "SetFrame(1)\n"
+                  "for i, p in ipairs(GetPointPositions(t)) do assert(p[1] == rest[i][1] and p[2] == rest[i][2]) end\n"),
+              0)
+        << err.str();
+    for (const char* bad : {"KeyDeformation('t', 2, {squash = 0})", "KeyDeformation('t', 2, {bend = 0/0})",
+                            "KeyDeformation('t', 2, {axis = 'w'})", "KeyDeformation('t', 2, {origin = {0, 0}})",
+                            "KeyDeformation('t', 1/0, {})", "KeyDeformation('nothing', 2, {})"})
+        EXPECT_EQ(Run(std::string("CreatePrim('Cylinder', 't')\n") + bad + "\n"), 1) << bad;
+    for (const char* message : {"squash must be above 0", "bend must be a finite number", "axis must be", "expected origin",
+                                "a frame must be a finite number", "object not found"})
+        EXPECT_NE(err.str().find(message), std::string::npos) << message;
+}
+
 TEST_F(ScriptTest, PicksAndLogFromScripts) {
     ASSERT_EQ(Run("CreatePrim('Cube', 'c')\n"
                   "QueuePick('c')\nQueuePick()\n"

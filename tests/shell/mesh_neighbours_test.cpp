@@ -30,9 +30,10 @@ protected:
         Geometry geometry = GeometryOf(object);
         orbelin::MeshTopology topology;
         ASSERT_TRUE(orbelin::ReadTopology(geometry, topology));
-        orbelin::PackedNeighbours edges, faces;
+        orbelin::PackedNeighbours edges, faces, corners;
         orbelin::EdgeNeighbours(topology, edges);
         orbelin::FaceNeighbours(topology, faces);
+        orbelin::CornerNeighbours(topology, corners);
         CVertexRefArray vertices = PolygonMesh(geometry.GetRef()).GetVertices();
         ASSERT_EQ(edges.VertexCount(), static_cast<size_t>(vertices.GetCount()));
         ASSERT_EQ(faces.VertexCount(), static_cast<size_t>(vertices.GetCount()));
@@ -41,6 +42,12 @@ protected:
             EXPECT_EQ(ListOf(edges, size_t(v)), Plain(vertex.GetNeighborVertices(1), -1)) << v;
             CVertexRefArray around = vertex.GetNeighborPolygons(1).GetNeighborVertices(1);
             EXPECT_EQ(ListOf(faces, size_t(v)), Plain(around, v)) << v;
+            // Corners: every polygon's vertices, polygon after polygon, repeats kept.
+            std::vector<uint32_t> all;
+            CPolygonFaceRefArray polygons = vertex.GetNeighborPolygons(1);
+            for (LONG i = 0; i < polygons.GetCount(); ++i)
+                for (uint32_t u : Plain(PolygonFace(polygons[i]).GetVertices(), v)) all.push_back(u);
+            EXPECT_EQ(ListOf(corners, size_t(v)), all) << v;
         }
     }
 };

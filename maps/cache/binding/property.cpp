@@ -104,5 +104,5 @@ SICALLBACK Orbelin_zrCacheMapProp_DefineLayout(CRef& in_ctxt) {
 
 SICALLBACK Orbelin_zrCacheMapProp_PPGEvent(const CRef& in_ctxt) {
     return CallbackGuard(L"Orbelin_zrCacheMapProp_PPGEvent",
-                         [&] { return RebuildingPageEvent(in_ctxt, {L"OpMode", L"TimingMode"}, BuildLayout); });
+                         [&] { return ModePageEvent(in_ctxt, BuildLayout, nullptr, {L"OpMode", L"TimingMode"}); });
 }

@@ -14,13 +14,7 @@ namespace orbelin::mix {
 
 void BuildLayout(CustomProperty& property) {
     PPGLayout layout = property.GetPPGLayout();
-    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/mixmap.html"));
-    layout.Clear();
-
-    layout.AddTab(L"Weightmap Mixer");
-    layout.AddGroup(L"Execution State");
-    layout.AddItem(L"Enable", L"Enable");
-    layout.EndGroup();
+    BeginToolPage(layout, L"mixmap.html", L"Weightmap Mixer");
     layout.AddGroup(L"Mode");
     PPGItem mode = layout.AddEnumControl(
         L"OpMode",

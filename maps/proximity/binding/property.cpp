@@ -22,14 +22,8 @@ void EnsurePair(CustomProperty& property, LONG k) { EnsureConnexionPair(property
 
 void BuildLayout(CustomProperty& property) {
     PPGLayout layout = property.GetPPGLayout();
-    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/proximitymap.html"));
-    layout.Clear();
     LONG mode = property.GetParameterValue(L"OpMode");
-
-    layout.AddTab(L"Proximity Weightmap");
-    layout.AddGroup(L"Execution State");
-    layout.AddItem(L"Enable", L"Enable");
-    layout.EndGroup();
+    BeginToolPage(layout, L"proximitymap.html", L"Proximity Weightmap");
     layout.AddGroup(L"Mode");
     layout.AddEnumControl(L"OpMode", EnumItems({{L" Hold ", 0}, {L" Read From Objects ", 1}, {L" Read From Objects - Caching ", 2}}),
                           L"Mode");

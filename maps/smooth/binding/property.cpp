@@ -11,24 +11,8 @@ namespace orbelin::smooth {
 
 void BuildLayout(CustomProperty& property) {
     PPGLayout layout = property.GetPPGLayout();
-    layout.PutAttribute(siUIHelpFile, CValue(L"https://orbelin.example/help/smoothmap.html"));
-    layout.Clear();
-    LONG mode = property.GetParameterValue(L"OpMode");
-
-    layout.AddTab(L"Smooth Weightmap");
-    layout.AddGroup(L"Execution State");
-    layout.AddItem(L"Enable", L"Enable");
-    layout.EndGroup();
-    layout.AddGroup(L"Mode");
-    PPGItem modeItem = layout.AddEnumControl(
-        L"OpMode", EnumItems({{L" Hold ", 0}, {L" Read From Input ", 1}, {L" Read From Input - Caching ", 2}}), L"Mode");
-    modeItem.PutAttribute(siUINoLabel, CValue(true));
-    if (mode == 2) {
-        layout.AddButton(L"CleanCache", L"Clean Cache");
-        layout.AddItem(L"StartFrame", L"Start Frame");
-        layout.AddItem(L"EndFrame", L"End Frame");
-    }
-    layout.EndGroup();
+    BeginToolPage(layout, L"smoothmap.html", L"Smooth Weightmap");
+    AddModeGroup(layout, property, L"Input");
     layout.AddGroup(L"Smooth");
     layout.AddItem(L"Radius", L"Radius");
     layout.AddItem(L"Repeat", L"Repeat");
@@ -44,24 +28,7 @@ void BuildLayout(CustomProperty& property) {
 
 }  // namespace orbelin::smooth
 
-using namespace orbelin;
-using namespace orbelin::smooth;
-
-SICALLBACK Orbelin_zrSmoothMapProp_Define(CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrSmoothMapProp_Define", [&] {
-        CustomProperty property(Context(in_ctxt).GetSource());
-        DefineParameters(property, kRows, kStartFrame, kEndFrame);
-        return CStatus(CStatus::OK);
-    });
-}
-
-SICALLBACK Orbelin_zrSmoothMapProp_DefineLayout(CRef& in_ctxt) {
-    (void)in_ctxt;  // the page is built when it opens: it depends on the mode
-    return CStatus::OK;
-}
-
 // The page is rebuilt when it opens and when the mode changes. Its Clean Cache button has no
 // handler: pressing it leaves the cache as it is (only a change of CleanCacheIdx cleans it).
-SICALLBACK Orbelin_zrSmoothMapProp_PPGEvent(const CRef& in_ctxt) {
-    return CallbackGuard(L"Orbelin_zrSmoothMapProp_PPGEvent", [&] { return RebuildingPageEvent(in_ctxt, {L"OpMode"}, BuildLayout); });
-}
+ORBELIN_MODE_PAGE_PROPERTY(Orbelin_zrSmoothMapProp, orbelin::smooth::kRows, orbelin::smooth::kStartFrame,
+                           orbelin::smooth::kEndFrame, orbelin::smooth::BuildLayout, nullptr)
