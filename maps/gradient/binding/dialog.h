@@ -1,0 +1,38 @@
+// The gradient commands' parameter dialogs: a temporary property under the scene root, shown
+// as a modal page, read back and deleted whatever the user answered.
+#pragma once
+
+#include <span>
+
+#include "xsi_value.h"
+
+namespace orbelin::gradient {
+
+struct DialogParameter {
+    const wchar_t* name;
+    XSI::CValue::DataType type;
+};
+
+// Items in page order; consecutive items with the same group label share one bordered group.
+struct DialogItem {
+    const wchar_t* group;
+    const wchar_t* parameter;
+    const wchar_t* label;
+};
+
+struct Dialog {
+    const wchar_t* property;  // name of the temporary property, also the page's tab
+    const wchar_t* title;     // the modal window's title
+    std::span<const DialogParameter> parameters;
+    std::span<const DialogItem> items;
+};
+
+// `values` holds one value per parameter, in the dialog's parameter order: the page's defaults
+// on the way in, what the user left on the page on the way out. True when the user cancelled.
+bool AskParameters(const Dialog& dialog, XSI::CValueArray& values);
+
+// The first object of a command's collection argument (or of a command's result), whichever
+// form the host hands over; an invalid reference when there is none.
+XSI::CRef FirstObject(const XSI::CValue& collection);
+
+}  // namespace orbelin::gradient
