@@ -15,7 +15,10 @@ void CheckIndices(std::span<const int32_t> list, size_t vertexCount, const char*
                                         std::to_string(vertexCount) + " vertices");
 }
 
-void CheckNeighbours(const Neighbours& n) {
+}  // namespace
+
+void Validate(const Neighbours& n) {
+    if (n.vertexCount == 0 && n.offsets.empty()) return;
     if (n.offsets.size() != n.vertexCount + 1 || n.offsets[0] != 0 || n.offsets[n.vertexCount] > n.indices.size())
         throw std::invalid_argument("neighbour lists do not match the vertex count");
     for (size_t v = 0; v < n.vertexCount; ++v)
@@ -24,17 +27,11 @@ void CheckNeighbours(const Neighbours& n) {
         if (n.indices[i] >= n.vertexCount) throw std::invalid_argument("a neighbour index names no vertex");
 }
 
-}  // namespace
-
 Propagation Propagate(const PropagationInput& in, const RingCallback& afterRing) {
     const Neighbours& nb = in.neighbours;
     const size_t n = nb.vertexCount;
     if (n > static_cast<size_t>(INT32_MAX)) throw std::invalid_argument("too many vertices");
-    if (nb.offsets.empty() && n == 0) {
-        // a mesh without vertices: nothing to check
-    } else {
-        CheckNeighbours(nb);
-    }
+    Validate(nb);
     CheckIndices(in.roots, n, "the root list");
     CheckIndices(in.targets, n, "the target list");
     const bool useNormals = in.normals.size() >= 3 * n;

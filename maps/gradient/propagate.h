@@ -50,6 +50,9 @@ struct Neighbours {
     std::span<const uint32_t> Of(size_t v) const { return indices.subspan(offsets[v], offsets[v + 1] - offsets[v]); }
 };
 
+// Throws std::invalid_argument unless the lists are as described above.
+void Validate(const Neighbours& neighbours);
+
 struct PropagationInput {
     Neighbours neighbours;
     std::span<const double> normals;  // 3 per vertex (x, y, z); may be empty without curvature

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <set>
 
 #include "scene/host.h"
@@ -190,6 +191,105 @@ TEST_F(GradientTest, CancelAfterTheFirstRingKeepsTheInitialWeights) {
     EXPECT_FALSE(host.Find(L"grid.polymsh.cls.SingVertices").IsValid());
     EXPECT_FALSE(host.Find(L"grid.polymsh.cls.LocalMaximaVertices").IsValid());
     EXPECT_EQ(DoneLines(), 0u);
+}
+
+}  // namespace
+
+namespace {
+
+struct UVTest : GradientTest {
+    // A gradient map built from the root vertices `roots` of `object`.
+    CRef Gradient(const CRef& object, std::vector<LONG> roots) {
+        CValue ret;
+        EXPECT_EQ(Build(CValue(object), CValue(Cluster(object, roots, L"Root")), {false, false, false, false}, ret),
+                  CStatus::OK);
+        return host.Find(std::wstring(SIObject(object).GetFullName().GetWideString()) +
+                         L".polymsh.cls.WeightMapCls.GradientWeightMap");
+    }
+    CStatus UV(const CValue& map, CValue& ret, double shift = 0.0, bool normalize = true, bool autoShift = true,
+               LONG root = -1, bool ask = false) {
+        CValueArray args(6);
+        args[0] = map, args[1] = CValue(shift), args[2] = CValue(normalize), args[3] = CValue(autoShift);
+        args[4] = CValue(root), args[5] = CValue(ask);
+        return host.ExecuteCommand(L"Orbelin_zrUVFromGradientMapCmd", args, ret);
+    }
+    // (u, v) of each sample.
+    std::vector<std::array<double, 2>> UVs(const std::wstring& object) {
+        CDoubleArray a = ClusterProperty(host.Find(object + L".polymsh.cls.Texture_Coordinates_AUTO.zrGradientUVs"))
+                             .GetElements()
+                             .GetArray();
+        std::vector<std::array<double, 2>> out;
+        for (LONG i = 0; i + 2 < a.GetCount(); i += 3) out.push_back({a[i], a[i + 1]});
+        return out;
+    }
+};
+
+void ExpectUVs(const std::vector<std::array<double, 2>>& got, const std::vector<std::array<double, 2>>& want) {
+    ASSERT_EQ(got.size(), want.size());
+    for (size_t s = 0; s < got.size(); ++s) {
+        EXPECT_NEAR(got[s][0], want[s][0], 1e-12) << "sample " << s;
+        EXPECT_NEAR(got[s][1], want[s][1], 1e-12) << "sample " << s;
+    }
+}
+
+constexpr double k3 = 1.0 / 3.0, k23 = 2.0 / 3.0;
+
+TEST_F(UVTest, GridStripsClimbFromTheFirstRow) {
+    // A 3 x 3 grid, roots the first row (gradient = row / 2). Worked by hand through the walk:
+    // each root climbs one strip of width 1/3; the second and third overwrite the first's
+    // quads, so the first column of u stays unused. Samples are quad corners in quad order.
+    CRef g3 = host.CreatePrim(L"Grid", L"g3", {{L"subdivu", 2}, {L"subdivv", 2}});
+    CRef map = Gradient(g3, {0, 1, 2});
+    CValue ret;
+    ASSERT_EQ(UV(CValue(map), ret), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(ret), 3.0);
+    ExpectUVs(UVs(L"g3"), {{k3, 0}, {k3, .5}, {k23, .5}, {k23, 0},      // quad 0: 0 3 4 1
+                           {k23, 0}, {k23, .5}, {1, .5}, {1, 0},       // quad 1: 1 4 5 2
+                           {k3, .5}, {k3, 1}, {k23, 1}, {k23, .5},     // quad 2: 3 6 7 4
+                           {k23, .5}, {k23, 1}, {1, 1}, {1, .5}});     // quad 3: 4 7 8 5
+    for (const char* line : {"Gradient Mapg3.polymsh.cls.WeightMapCls.GradientWeightMap", "Before CreateProjection!",
+                             "After CreateProjection!", "Nb Vertices9",
+                             "[OrbelinPlugin] >> Vertical Incrementation: 0.5", "[OrbelinPlugin] >> Vertex 0 : 0",
+                             "[OrbelinPlugin] >> Vertex 1 : 1", "[OrbelinPlugin] >> Vertex 2 : 2"})
+        EXPECT_TRUE(Logged(std::wstring(line, line + std::strlen(line)))) << line;
+
+    // Again, from the last root, unnormalised: the property is reused and overwritten.
+    const size_t before = host.GetLog().Count();
+    ASSERT_EQ(UV(CValue(map), ret, 0.0, false, true, 2), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(ret), 3.0);
+    for (const auto& line : host.GetLog().LinesSince(before)) EXPECT_EQ(line.text.find(L"CreateProjection"), std::wstring::npos);
+    EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> Vertex 0 : 2"));
+    std::vector<std::array<double, 2>> again = UVs(L"g3");
+    // Root 2 now takes u = 0: quad 1 lies at [0, 1/3].
+    EXPECT_NEAR(again[4][0], 0.0, 1e-12);
+    EXPECT_NEAR(again[6][0], k3, 1e-12);
+    EXPECT_EQ(XSI::Cluster(host.Find(L"g3.polymsh.cls.Texture_Coordinates_AUTO")).GetProperties().GetCount(), 1);
+}
+
+TEST_F(UVTest, RefusalsAndCancelWriteNothing) {
+    CValue ret;
+    // Not a weight map.
+    ASSERT_EQ(UV(CValue(grid), ret), CStatus::InvalidArgument);
+    EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> You must select a Gradient WeighMap!"));
+    // The dialog cancelled.
+    CRef map = Gradient(grid, {0});
+    host.PageQueue().push_back({{}, true});
+    ASSERT_EQ(UV(CValue(map), ret, 0, true, true, -1, true), CStatus::OK);
+    EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> Command Canceled by user."));
+    EXPECT_FALSE(host.Find(L"grid.polymsh.cls.Texture_Coordinates_AUTO").IsValid());
+    // A map with no 0 has no roots: refused before anything is made.
+    CDoubleArray ones(25);
+    for (LONG i = 0; i < 25; ++i) ones[i] = 1.0;
+    ClusterProperty(map).GetElements().PutArray(ones);
+    ASSERT_EQ(UV(CValue(map), ret), CStatus::InvalidArgument);
+    EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> The Gradient WeighMap has no root vertex: no weight is 0!"));
+    EXPECT_FALSE(host.Find(L"grid.polymsh.cls.Texture_Coordinates_AUTO").IsValid());
+    // A map on part of the mesh cannot say where every vertex stands.
+    CValue made;
+    ASSERT_EQ(Build(CValue(Cluster(grid, {0, 1}, L"Part")), CValue(Cluster(grid, {0}, L"R")), {false, false, false, false}, made),
+              CStatus::OK);
+    ASSERT_EQ(UV(CValue(host.Find(L"grid.polymsh.cls.Part.GradientWeightMap")), ret), CStatus::InvalidArgument);
+    EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> The Gradient WeighMap must cover every vertex of its mesh!"));
 }
 
 }  // namespace
