@@ -266,6 +266,24 @@ TEST_F(UVTest, GridStripsClimbFromTheFirstRow) {
     EXPECT_EQ(XSI::Cluster(host.Find(L"g3.polymsh.cls.Texture_Coordinates_AUTO")).GetProperties().GetCount(), 1);
 }
 
+TEST_F(UVTest, CylinderStripsAndTheFillOfAnUncoveredQuad) {
+    // An open cylinder of 3 x 1 quads, roots the bottom ring (gradient 0 below, 1 above).
+    // Worked by hand: the strips of roots 0, 1 and 2 write quads 2, 1 and 2 again; quad 0 is
+    // never written and is filled from its written edge neighbours' smallest u and v (2/3, 0)
+    // with the last start's width 1/3 and the vertical step 1. The page, accepted as it is,
+    // changes nothing.
+    CRef tube = host.CreatePrim(L"Cylinder", L"tube", {{L"subdivu", 3}, {L"subdivv", 1}, {L"caps", 0}});
+    CRef map = Gradient(tube, {0, 1, 2});
+    CValue ret;
+    ASSERT_EQ(UV(CValue(map), ret, 0, true, true, -1, true), CStatus::OK);
+    EXPECT_EQ(host.GetLog().CountWith(2), 0u);
+    EXPECT_EQ(static_cast<double>(ret), 3.0);
+    ExpectUVs(UVs(L"tube"), {{k23, 0}, {1, 0}, {1, 1}, {k23, 1},      // quad 0: 0 1 4 3 (filled)
+                             {k23, 0}, {k3, 0}, {k3, 1}, {k23, 1},    // quad 1: 1 2 5 4
+                             {1, 0}, {k23, 0}, {k23, 1}, {1, 1}});    // quad 2: 2 0 3 5
+    EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> Vertical Incrementation: 1"));
+}
+
 TEST_F(UVTest, RefusalsAndCancelWriteNothing) {
     CValue ret;
     // Not a weight map.
