@@ -1,7 +1,9 @@
 // The UV command: a gradient weight map turned into texture coordinates in the
 // "zrGradientUVs" UV property, made with a texture projection the first time and overwritten
 // after that.
+#include <algorithm>
 #include <cmath>
+#include <span>
 #include <vector>
 
 #include "gradient/uv_strips.h"
@@ -162,16 +164,25 @@ CStatus BuildUVs(CRef& context) {
     }
     const CLongArray uvElements = Cluster(uvs.GetParent()).GetElements().GetArray();
     CDoubleArray uvValues = uvs.GetElements().GetArray();
-    std::vector<double> uvw(3 * corners.size(), 0.0);
-    if (uvs.GetValueSize() != 3 || uvValues.GetCount() != 3 * uvElements.GetCount() ||
-        uvElements.GetCount() != static_cast<LONG>(corners.size()))
-        return Fail(L"The UV property zrGradientUVs must hold one UV per polygon node!");
-    for (LONG i = 0; i < uvElements.GetCount(); ++i) {
+    const LONG samples = static_cast<LONG>(corners.size());
+    bool complete = uvs.GetValueSize() == 3 && uvValues.GetCount() == 3 * uvElements.GetCount() &&
+                    uvElements.GetCount() == samples;
+    // The projection's cluster is normally every sample in order: then the UVs are worked on
+    // where they lie. Otherwise they are put in sample order first and back after.
+    bool inOrder = complete;
+    for (LONG i = 0; complete && i < uvElements.GetCount(); ++i) {
         const LONG s = uvElements[i];
-        if (s < 0 || static_cast<size_t>(s) >= corners.size())
-            return Fail(L"The UV property zrGradientUVs must hold one UV per polygon node!");
-        for (int k = 0; k < 3; ++k) uvw[3 * static_cast<size_t>(s) + k] = uvValues[3 * i + k];
+        if (s < 0 || s >= samples) complete = false;
+        if (s != i) inOrder = false;
     }
+    if (!complete) return Fail(L"The UV property zrGradientUVs must hold one UV per polygon node!");
+    std::vector<double> reordered;
+    if (!inOrder) {
+        reordered.assign(3 * corners.size(), 0.0);
+        for (LONG i = 0; i < uvElements.GetCount(); ++i)
+            for (int k = 0; k < 3; ++k) reordered[3 * static_cast<size_t>(uvElements[i]) + k] = uvValues[3 * i + k];
+    }
+    const std::span<double> uvw = inOrder ? std::span<double>(uvValues.GetData(), 3 * corners.size()) : std::span<double>(reordered);
 
     PackedNeighbours neighbours;
     EdgeNeighbours(topology, neighbours);
@@ -200,8 +211,9 @@ CStatus BuildUVs(CRef& context) {
         }
     });
 
-    for (LONG i = 0; i < uvElements.GetCount(); ++i)
-        for (int k = 0; k < 3; ++k) uvValues[3 * i + k] = uvw[3 * static_cast<size_t>(uvElements[i]) + k];
+    if (!inOrder)
+        for (LONG i = 0; i < uvElements.GetCount(); ++i)
+            for (int k = 0; k < 3; ++k) uvValues[3 * i + k] = uvw[3 * static_cast<size_t>(uvElements[i]) + k];
     uvs.GetElements().PutArray(uvValues);
     ctxt.PutAttribute(L"ReturnValue", CValue(result.value));
     LogDone();
