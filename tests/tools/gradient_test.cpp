@@ -284,6 +284,27 @@ TEST_F(UVTest, CylinderStripsAndTheFillOfAnUncoveredQuad) {
     EXPECT_TRUE(Logged(L"[OrbelinPlugin] >> Vertical Incrementation: 1"));
 }
 
+TEST_F(UVTest, APoleBranchesIntoStripsOfTheirOwn) {
+    // From the pole of a sphere (valence 8) the strips branch: every written value is a
+    // finite, non-negative u and a v between 0 and 1 + the vertical step, and a second run
+    // gives the same layout.
+    CRef ball = host.CreatePrim(L"Sphere", L"ball", {{L"subdivu", 8}, {L"subdivv", 6}});
+    CRef map = Gradient(ball, {0});
+    CValue ret;
+    ASSERT_EQ(UV(CValue(map), ret), CStatus::OK);
+    const double roots = 1.0, value = static_cast<double>(ret);
+    EXPECT_GE(value, roots);  // one root, times maxU >= 1
+    const auto first = UVs(L"ball");
+    for (const auto& uv : first) {
+        EXPECT_TRUE(std::isfinite(uv[0]) && uv[0] >= 0.0);
+        EXPECT_TRUE(uv[1] >= 0.0 && uv[1] <= 1.0 + 1.0 / 6.0);
+    }
+    ASSERT_EQ(UV(CValue(map), ret), CStatus::OK);
+    const auto second = UVs(L"ball");
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(static_cast<double>(ret), value);
+}
+
 TEST_F(UVTest, RefusalsAndCancelWriteNothing) {
     CValue ret;
     // Not a weight map.
