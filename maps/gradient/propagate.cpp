@@ -17,21 +17,11 @@ void CheckIndices(std::span<const int32_t> list, size_t vertexCount, const char*
 
 }  // namespace
 
-void Validate(const Neighbours& n) {
-    if (n.vertexCount == 0 && n.offsets.empty()) return;
-    if (n.offsets.size() != n.vertexCount + 1 || n.offsets[0] != 0 || n.offsets[n.vertexCount] > n.indices.size())
-        throw std::invalid_argument("neighbour lists do not match the vertex count");
-    for (size_t v = 0; v < n.vertexCount; ++v)
-        if (n.offsets[v] > n.offsets[v + 1]) throw std::invalid_argument("neighbour offsets decrease");
-    for (size_t i = 0; i < n.offsets[n.vertexCount]; ++i)
-        if (n.indices[i] >= n.vertexCount) throw std::invalid_argument("a neighbour index names no vertex");
-}
-
 Propagation Propagate(const PropagationInput& in, const RingCallback& afterRing) {
     const Neighbours& nb = in.neighbours;
     const size_t n = nb.vertexCount;
     if (n > static_cast<size_t>(INT32_MAX)) throw std::invalid_argument("too many vertices");
-    Validate(nb);
+    ValidateNeighbours(nb);
     CheckIndices(in.roots, n, "the root list");
     CheckIndices(in.targets, n, "the target list");
     const bool useNormals = in.normals.size() >= 3 * n;

@@ -38,20 +38,12 @@
 #include <span>
 #include <vector>
 
+#include "common/neighbours.h"
+
 namespace orbelin::gradient {
 
-// Neighbour lists of every vertex, packed: the list of v is indices[offsets[v] .. offsets[v+1]),
-// in the host's order. offsets has vertexCount + 1 non-decreasing entries ending within
-// indices; every index < vertexCount.
-struct Neighbours {
-    size_t vertexCount = 0;
-    std::span<const uint32_t> offsets;
-    std::span<const uint32_t> indices;
-    std::span<const uint32_t> Of(size_t v) const { return indices.subspan(offsets[v], offsets[v + 1] - offsets[v]); }
-};
-
-// Throws std::invalid_argument unless the lists are as described above.
-void Validate(const Neighbours& neighbours);
+// Neighbour lists of every vertex in the host's order (see common/neighbours.h).
+using Neighbours = NeighbourLists;
 
 struct PropagationInput {
     Neighbours neighbours;

@@ -232,7 +232,7 @@ private:
 };
 
 void CheckMesh(const UVMesh& mesh, size_t gradients, size_t uvws) {
-    Validate(mesh.neighbours);
+    ValidateNeighbours(mesh.neighbours);
     const size_t n = mesh.neighbours.vertexCount;
     if (gradients != n) throw std::invalid_argument("the gradient needs one value per vertex");
     if (mesh.offsets.empty()) {

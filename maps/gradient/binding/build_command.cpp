@@ -44,9 +44,7 @@ constexpr gradient::DialogItem kItems[] = {
 };
 constexpr gradient::Dialog kDialog{L"Gradient Map Parameters", L"Gradient Map parameters", kParameters, kItems};
 
-bool Flag(const CValueArray& args, LONG i) {
-    return i < args.GetCount() && !args[i].IsEmpty() && static_cast<bool>(args[i]);
-}
+bool Flag(const CValueArray& args, LONG i) { return gradient::ArgumentFlag(args, i, false); }
 
 // The target alone in the selection, then turned into a weight map called `name`.
 ClusterProperty WeightMapOn(const CRef& target, const CString& name) {
@@ -79,8 +77,7 @@ void Write(ClusterProperty& map, const std::vector<double>& values) {
 CStatus Build(CRef& context) {
     LogBanner(L"Build GradientMap");
     Context ctxt(context);
-    CValue argsValue = ctxt.GetAttribute(L"Arguments");
-    CValueArray args = argsValue.m_t == CValue::siArray ? static_cast<CValueArray&>(argsValue) : CValueArray();
+    const CValueArray args = gradient::CommandArguments(context);
     const CRef target = args.GetCount() > kTarget ? gradient::FirstObject(args[kTarget]) : CRef();
     CRef root = args.GetCount() > kRootCluster && args[kRootCluster].m_t == CValue::siRef ? CRef(args[kRootCluster]) : CRef();
     bool wantCurvature = Flag(args, kCurvature), wantSingular = Flag(args, kSingular), wantMaxima = Flag(args, kMaxima);
@@ -141,11 +138,7 @@ CStatus Build(CRef& context) {
             return CStatus::InvalidArgument;
         }
 
-    ProgressBar bar = Application().GetUIToolkit().GetProgressBar();
-    bar.PutMaximum(vertexCount);
-    bar.PutStep(1);
-    bar.PutVisible(true);
-    bar.PutCaption(L"Processing");
+    ProgressBar bar = gradient::ShowProgress(vertexCount, L"Processing");
     gradient::Propagation result = gradient::Propagate(
         {{neighbours.VertexCount(), neighbours.offsets, neighbours.indices}, normals, roots, targets, wantCurvature},
         [&](size_t processed) {

@@ -3,10 +3,12 @@
 #include <cwchar>
 
 #include "xsi_application.h"
+#include "xsi_context.h"
 #include "xsi_customproperty.h"
 #include "xsi_model.h"
 #include "xsi_parameter.h"
 #include "xsi_ppglayout.h"
+#include "xsi_uitoolkit.h"
 
 using namespace XSI;
 
@@ -54,6 +56,28 @@ bool AskParameters(const Dialog& dialog, CValueArray& values) {
     CValue none;
     app.ExecuteCommand(L"DeleteObj", remove, none);
     return cancelled.m_t == CValue::siBool && static_cast<bool>(cancelled);
+}
+
+CValueArray CommandArguments(CRef& context) {
+    CValue args = Context(context).GetAttribute(L"Arguments");
+    return args.m_t == CValue::siArray ? static_cast<CValueArray&>(args) : CValueArray();
+}
+
+bool ArgumentFlag(const CValueArray& args, LONG i, bool otherwise) {
+    return i < args.GetCount() && !args[i].IsEmpty() ? static_cast<bool>(args[i]) : otherwise;
+}
+
+double ArgumentNumber(const CValueArray& args, LONG i, double otherwise) {
+    return i < args.GetCount() && !args[i].IsEmpty() ? static_cast<double>(args[i]) : otherwise;
+}
+
+ProgressBar ShowProgress(LONG maximum, const CString& caption) {
+    ProgressBar bar = Application().GetUIToolkit().GetProgressBar();
+    bar.PutMaximum(maximum);
+    bar.PutStep(1);
+    bar.PutVisible(true);
+    bar.PutCaption(caption);
+    return bar;
 }
 
 CRef FirstObject(const CValue& collection) {

@@ -1,9 +1,11 @@
-// The gradient commands' parameter dialogs: a temporary property under the scene root, shown
-// as a modal page, read back and deleted whatever the user answered.
+// What the gradient commands share: their parameter dialogs (a temporary property under the
+// scene root, shown as a modal page, read back and deleted whatever the user answered) and the
+// reading of their arguments.
 #pragma once
 
 #include <span>
 
+#include "xsi_progressbar.h"
 #include "xsi_value.h"
 
 namespace orbelin::gradient {
@@ -30,6 +32,15 @@ struct Dialog {
 // `values` holds one value per parameter, in the dialog's parameter order: the page's defaults
 // on the way in, what the user left on the page on the way out. True when the user cancelled.
 bool AskParameters(const Dialog& dialog, XSI::CValueArray& values);
+
+// The "Arguments" attribute of a command's context (empty when there is none).
+XSI::CValueArray CommandArguments(XSI::CRef& context);
+// Argument i as a flag or a number, `otherwise` when it is missing or empty.
+bool ArgumentFlag(const XSI::CValueArray& args, LONG i, bool otherwise);
+double ArgumentNumber(const XSI::CValueArray& args, LONG i, double otherwise);
+
+// The host's progress bar shown from 0 to `maximum` in steps of 1, with its caption.
+XSI::ProgressBar ShowProgress(LONG maximum, const XSI::CString& caption);
 
 // The first object of a command's collection argument (or of a command's result), whichever
 // form the host hands over; an invalid reference when there is none.

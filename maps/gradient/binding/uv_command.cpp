@@ -44,16 +44,12 @@ constexpr gradient::DialogItem kItems[] = {
 };
 constexpr gradient::Dialog kDialog{L"Gradient Map UV Parameters", L"Gradient Map UV Parameters", kParameters, kItems};
 
-bool Flag(const CValueArray& a, LONG i, bool otherwise) {
-    return i < a.GetCount() && !a[i].IsEmpty() ? static_cast<bool>(a[i]) : otherwise;
-}
-double Number(const CValueArray& a, LONG i) {
-    return i < a.GetCount() && !a[i].IsEmpty() ? static_cast<double>(a[i]) : 0.0;
-}
+using gradient::ArgumentFlag;
+using gradient::ArgumentNumber;
 // The root vertex asked for: a whole number in the vertex range, else none (-1). The page's
 // unsigned parameter shows "none" as its largest value.
 int64_t Vertex(const CValueArray& a, LONG i) {
-    const double v = i < a.GetCount() && !a[i].IsEmpty() ? static_cast<double>(a[i]) : -1.0;
+    const double v = ArgumentNumber(a, i, -1.0);
     return v >= 0.0 && v < 2147483648.0 ? static_cast<int64_t>(v) : -1;
 }
 
@@ -80,34 +76,29 @@ CStatus Fail(const CString& message) {
 CStatus BuildUVs(CRef& context) {
     LogBanner(L"Build UV from Gradient Map");
     Context ctxt(context);
-    CValue argsValue = ctxt.GetAttribute(L"Arguments");
-    CValueArray args = argsValue.m_t == CValue::siArray ? static_cast<CValueArray&>(argsValue) : CValueArray();
+    const CValueArray args = gradient::CommandArguments(context);
     const CRef item = args.GetCount() > kWeightMap ? gradient::FirstObject(args[kWeightMap]) : CRef();
     Say(L"Gradient Map" + item.GetAsText());
     if (!item.IsA(siClusterPropertyID)) return Fail(L"You must select a Gradient WeighMap!");
 
     CValueArray values(4);
-    values[0] = CValue(Number(args, kRightShift));
-    values[1] = CValue(Flag(args, kNormalize, true));
-    values[2] = CValue(Flag(args, kAutoShift, true));
+    values[0] = CValue(ArgumentNumber(args, kRightShift, 0.0));
+    values[1] = CValue(ArgumentFlag(args, kNormalize, true));
+    values[2] = CValue(ArgumentFlag(args, kAutoShift, true));
     values[3] = args.GetCount() > kRootVertex ? args[kRootVertex] : CValue(LONG{-1});
-    if (Flag(args, kAskForParams, true) && gradient::AskParameters(kDialog, values)) {
+    if (ArgumentFlag(args, kAskForParams, true) && gradient::AskParameters(kDialog, values)) {
         LogError(L"Command Canceled by user.");
         LogDone();
         return CStatus::OK;
     }
     gradient::UVOptions options;
-    options.rightShift = Number(values, 0);
-    options.normalize = Flag(values, 1, true);
-    options.autoShift = Flag(values, 2, true);
+    options.rightShift = ArgumentNumber(values, 0, 0.0);
+    options.normalize = ArgumentFlag(values, 1, true);
+    options.autoShift = ArgumentFlag(values, 2, true);
     options.rootVertex = Vertex(values, 3);
     if (!std::isfinite(options.rightShift)) return Fail(L"The U Right Shift must be a finite number!");
 
-    ProgressBar bar = Application().GetUIToolkit().GetProgressBar();
-    bar.PutMaximum(4);
-    bar.PutStep(1);
-    bar.PutVisible(true);
-    bar.PutCaption(L"Processing Root Vertices");
+    ProgressBar bar = gradient::ShowProgress(4, L"Processing Root Vertices");
     struct Hide {
         ProgressBar& bar;
         ~Hide() { bar.PutVisible(false); }
