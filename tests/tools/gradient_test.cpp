@@ -82,6 +82,11 @@ TEST_F(GradientTest, GridFromACornerGivesRingsOverEightAndItsClusters) {
     EXPECT_EQ(Elements(L"grid.polymsh.cls.LocalMaximaVertices"), std::vector<LONG>{24});
     EXPECT_TRUE(Logged(L"[OrbelinPlugin] [ Build GradientMap ]"));
     EXPECT_EQ(DoneLines(), 1u);
+    // The bar went over every vertex, ring by ring, and is hidden again.
+    EXPECT_EQ(host.Progress().GetMaximum(), 25);
+    EXPECT_EQ(host.Progress().GetValue(), 25);
+    EXPECT_EQ(host.Progress().GetCaption(), L"Processing");
+    EXPECT_FALSE(host.Progress().GetVisible());
     // Without the flags only the gradient map is made.
     CRef other = host.CreatePrim(L"Grid", L"other", {{L"subdivu", 2}, {L"subdivv", 2}});
     ASSERT_EQ(Build(CValue(other), CValue(Cluster(other, {4}, L"Root")), {false, false, false, false}, ret), CStatus::OK);
@@ -243,6 +248,9 @@ TEST_F(UVTest, GridStripsClimbFromTheFirstRow) {
     CValue ret;
     ASSERT_EQ(UV(CValue(map), ret), CStatus::OK);
     EXPECT_EQ(static_cast<double>(ret), 3.0);
+    EXPECT_EQ(host.Progress().GetMaximum(), 4);
+    EXPECT_EQ(host.Progress().GetValue(), 3);
+    EXPECT_EQ(host.Progress().GetCaption(), L"Post-Processing UVs");
     ExpectUVs(UVs(L"g3"), {{k3, 0}, {k3, .5}, {k23, .5}, {k23, 0},      // quad 0: 0 3 4 1
                            {k23, 0}, {k23, .5}, {1, .5}, {1, 0},       // quad 1: 1 4 5 2
                            {k3, .5}, {k3, 1}, {k23, 1}, {k23, .5},     // quad 2: 3 6 7 4

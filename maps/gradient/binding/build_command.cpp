@@ -138,7 +138,8 @@ CStatus Build(CRef& context) {
             return CStatus::InvalidArgument;
         }
 
-    ProgressBar bar = gradient::ShowProgress(vertexCount, L"Processing");
+    gradient::Progress progress(vertexCount, L"Processing");
+    ProgressBar& bar = progress.Bar();
     gradient::Propagation result = gradient::Propagate(
         {{neighbours.VertexCount(), neighbours.offsets, neighbours.indices}, normals, roots, targets, wantCurvature},
         [&](size_t processed) {
@@ -146,7 +147,6 @@ CStatus Build(CRef& context) {
             bar.Increment(static_cast<LONG>(processed));
             return true;
         });
-    bar.PutVisible(false);
     if (result.cancelled) return CStatus::OK;
 
     Geometry geometry(mesh);

@@ -71,14 +71,15 @@ double ArgumentNumber(const CValueArray& args, LONG i, double otherwise) {
     return i < args.GetCount() && !args[i].IsEmpty() ? static_cast<double>(args[i]) : otherwise;
 }
 
-ProgressBar ShowProgress(LONG maximum, const CString& caption) {
-    ProgressBar bar = Application().GetUIToolkit().GetProgressBar();
-    bar.PutMaximum(maximum);
-    bar.PutStep(1);
-    bar.PutVisible(true);
-    bar.PutCaption(caption);
-    return bar;
+Progress::Progress(LONG maximum, const CString& caption) : m_bar(Application().GetUIToolkit().GetProgressBar()) {
+    m_bar.PutMaximum(maximum);
+    m_bar.PutValue(0);
+    m_bar.PutStep(1);
+    m_bar.PutVisible(true);
+    m_bar.PutCaption(caption);
 }
+
+Progress::~Progress() { m_bar.PutVisible(false); }
 
 CRef FirstObject(const CValue& collection) {
     switch (collection.m_t) {

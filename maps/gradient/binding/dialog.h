@@ -39,8 +39,19 @@ XSI::CValueArray CommandArguments(XSI::CRef& context);
 bool ArgumentFlag(const XSI::CValueArray& args, LONG i, bool otherwise);
 double ArgumentNumber(const XSI::CValueArray& args, LONG i, double otherwise);
 
-// The host's progress bar shown from 0 to `maximum` in steps of 1, with its caption.
-XSI::ProgressBar ShowProgress(LONG maximum, const XSI::CString& caption);
+// The host's progress bar shown from 0 to `maximum` in steps of 1, with its caption, and
+// hidden again when this goes out of scope, however the command ends.
+class Progress {
+public:
+    Progress(LONG maximum, const XSI::CString& caption);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    XSI::ProgressBar& Bar() { return m_bar; }
+
+private:
+    XSI::ProgressBar m_bar;
+};
 
 // The first object of a command's collection argument (or of a command's result), whichever
 // form the host hands over; an invalid reference when there is none.

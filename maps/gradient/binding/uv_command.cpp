@@ -98,11 +98,8 @@ CStatus BuildUVs(CRef& context) {
     options.rootVertex = Vertex(values, 3);
     if (!std::isfinite(options.rightShift)) return Fail(L"The U Right Shift must be a finite number!");
 
-    ProgressBar bar = gradient::ShowProgress(4, L"Processing Root Vertices");
-    struct Hide {
-        ProgressBar& bar;
-        ~Hide() { bar.PutVisible(false); }
-    } hide{bar};
+    gradient::Progress progress(4, L"Processing Root Vertices");
+    ProgressBar& bar = progress.Bar();
 
     ClusterProperty map(item);
     Cluster mapCluster(map.GetParent());
