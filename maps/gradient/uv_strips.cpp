@@ -20,18 +20,15 @@ public:
     StripBuilder(const UVMesh& mesh, std::span<const double> gradient, std::span<double> uvw)
         : m_nb(mesh.neighbours), m_offsets(mesh.offsets), m_corners(mesh.corners), m_g(gradient), m_uvw(uvw) {
         const size_t n = m_nb.vertexCount, polygons = m_offsets.empty() ? 0 : m_offsets.size() - 1;
-        // Each vertex's polygons in increasing index with its corner (sample) in each.
+        // Each vertex's polygons in increasing index.
         m_vertexStart.assign(n + 1, 0);
         for (uint32_t v : m_corners) ++m_vertexStart[v + 1];
         for (size_t v = 0; v < n; ++v) m_vertexStart[v + 1] += m_vertexStart[v];
         m_vertexPolygons.resize(m_corners.size());
-        m_vertexSamples.resize(m_corners.size());
         std::vector<uint32_t> fill(m_vertexStart.begin(), m_vertexStart.end() - 1);
         for (size_t p = 0; p < polygons; ++p)
             for (uint32_t s = m_offsets[p]; s < m_offsets[p + 1]; ++s) {
-                const uint32_t at = fill[m_corners[s]]++;
-                m_vertexPolygons[at] = static_cast<uint32_t>(p);
-                m_vertexSamples[at] = s;
+                m_vertexPolygons[fill[m_corners[s]]++] = static_cast<uint32_t>(p);
             }
         m_vertexMark.assign(n, 0);
         m_polygonMark.assign(polygons, 0);
@@ -80,8 +77,9 @@ public:
             for (uint32_t c = m_offsets[p]; c < m_offsets[p + 1]; ++c) {
                 const uint32_t v = m_corners[c];
                 for (uint32_t i = m_vertexStart[v]; i < m_vertexStart[v + 1]; ++i) {
-                    const uint32_t q = m_vertexPolygons[i], s = m_vertexSamples[i];
+                    const uint32_t q = m_vertexPolygons[i];
                     if (q == p || !m_polygonMark[q] || !SharesEdge(p, q)) continue;
+                    const uint32_t s = SampleOf(q, v);
                     uMin = std::min(uMin, m_uvw[3 * size_t{s}]);
                     vMin = std::min(vMin, m_uvw[3 * size_t{s} + 1]);
                 }
@@ -201,6 +199,12 @@ private:
         }
     }
 
+    // v's corner in polygon p, which holds it.
+    uint32_t SampleOf(uint32_t p, uint32_t v) const {
+        uint32_t s = m_offsets[p];
+        while (m_corners[s] != v) ++s;
+        return s;
+    }
     bool Holds(uint32_t p, uint32_t v) const {
         for (uint32_t s = m_offsets[p]; s < m_offsets[p + 1]; ++s)
             if (m_corners[s] == v) return true;
@@ -225,7 +229,7 @@ private:
     std::span<const uint32_t> m_offsets, m_corners;
     std::span<const double> m_g;
     std::span<double> m_uvw;
-    std::vector<uint32_t> m_vertexStart, m_vertexPolygons, m_vertexSamples;
+    std::vector<uint32_t> m_vertexStart, m_vertexPolygons;
     std::vector<uint16_t> m_vertexMark, m_polygonMark;
     std::vector<Frame> m_stack;
     std::vector<Ranked> m_ranked;
