@@ -40,16 +40,13 @@
 #include <span>
 #include <vector>
 
+#include "common/neighbours.h"
+
 namespace orbelin::smooth {
 
-// Neighbour lists of every vertex, packed: the list of v is indices[offsets[v] .. offsets[v+1]).
-// Sizes: offsets has vertexCount + 1 entries, non-decreasing, offsets[vertexCount] <= indices.size();
-// every index < vertexCount. Anything else is refused with std::invalid_argument.
-struct Neighbours {
-    size_t vertexCount = 0;
-    std::span<const uint32_t> offsets;
-    std::span<const uint32_t> indices;
-};
+// Neighbour lists of every vertex (see common/neighbours.h); anything but what that header
+// describes is refused with std::invalid_argument.
+using Neighbours = NeighbourLists;
 
 struct Options {
     int radius = 1;

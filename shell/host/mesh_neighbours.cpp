@@ -66,24 +66,42 @@ bool ReadTopology(const XSI::Geometry& geometry, MeshTopology& out, XSI::MATH::C
 void EdgeNeighbours(const MeshTopology& topology, PackedNeighbours& out) {
     const size_t vertices = static_cast<size_t>(std::max<LONG>(topology.vertexCount, 0));
     const XSI::CLongArray& data = topology.polygons;
-    std::vector<std::pair<uint32_t, uint32_t>> edges;
-    std::unordered_set<uint64_t> seen;
-    for (const Polygon& p : Polygons(topology))
+    const std::vector<Polygon> polygons = Polygons(topology);
+    // Edges are numbered as first walked, so a vertex's edges in increasing number are its
+    // neighbours in the order the corners touching it (walked in order) first name them: every
+    // corner lists its far end at both of its ends, then repeats are dropped. No edge table.
+    std::vector<uint32_t> counts(vertices, 0);
+    for (const Polygon& p : polygons)
+        for (LONG c = 0; c < p.count; ++c) {
+            auto a = static_cast<uint32_t>(data[p.first + c]), b = static_cast<uint32_t>(data[p.first + (c + 1) % p.count]);
+            if (a != b) ++counts[a], ++counts[b];
+        }
+    Pack(counts, out);
+    std::vector<uint32_t> fill(out.offsets.begin(), out.offsets.end() - 1);
+    for (const Polygon& p : polygons)
         for (LONG c = 0; c < p.count; ++c) {
             auto a = static_cast<uint32_t>(data[p.first + c]), b = static_cast<uint32_t>(data[p.first + (c + 1) % p.count]);
             if (a == b) continue;
-            const uint64_t key = (uint64_t{std::min(a, b)} << 32) | std::max(a, b);
-            if (seen.insert(key).second) edges.emplace_back(a, b);
+            out.indices[fill[a]++] = b;
+            out.indices[fill[b]++] = a;
         }
-    // A vertex's edges in increasing edge number: filling in edge order gives exactly that.
-    std::vector<uint32_t> counts(vertices, 0);
-    for (auto [a, b] : edges) ++counts[a], ++counts[b];
-    Pack(counts, out);
-    std::vector<uint32_t> fill(out.offsets.begin(), out.offsets.end() - 1);
-    for (auto [a, b] : edges) {
-        out.indices[fill[a]++] = b;
-        out.indices[fill[b]++] = a;
+    // Compacted in place, each vertex's first mentions kept: mark[u] == v + 1 when u is
+    // already in v's list.
+    std::vector<uint32_t> mark(vertices, 0);
+    uint32_t write = 0;
+    for (size_t v = 0; v < vertices; ++v) {
+        const auto self = static_cast<uint32_t>(v + 1);
+        const uint32_t begin = out.offsets[v], end = out.offsets[v + 1];
+        out.offsets[v] = write;
+        for (uint32_t i = begin; i < end; ++i) {
+            const uint32_t u = out.indices[i];
+            if (mark[u] == self) continue;
+            mark[u] = self;
+            out.indices[write++] = u;
+        }
     }
+    if (vertices > 0) out.offsets[vertices] = write;
+    out.indices.resize(write);
 }
 
 namespace {

@@ -19,6 +19,7 @@ namespace standin::scripting {
 namespace {
 
 using mesh::Vec3;
+constexpr double kPi = 3.14159265358979323846;
 
 Vec3 ToWorld(const MATH::CTransformation& t, const Vec3& p) {
     XSI::MATH::CVector3 v(p.x, p.y, p.z);
@@ -119,6 +120,114 @@ MapOnMesh MapValues(const std::string& path) {
     return out;
 }
 
+// A UV property's (u, v) per sample of its mesh: NaN where the property's cluster does not reach.
+struct UVsOnMesh {
+    const X3DNode* object = nullptr;
+    const mesh::PolyMesh* mesh = nullptr;
+    std::vector<double> uv;  // 2 per sample
+};
+
+UVsOnMesh UVValues(const std::string& path) {
+    auto* node = XSI::Host::As<ClusterPropertyNode>(Lookup(path));
+    ClusterNode* cluster = node ? node->Cluster() : nullptr;
+    PrimitiveNode* prim = cluster ? cluster->Primitive() : nullptr;
+    auto* m = prim ? dynamic_cast<PolyMeshNode*>(prim->geometry.get()) : nullptr;
+    if (!m || cluster->type != L"sample" || node->valueSize < 2)
+        throw ScriptError("'" + path + "' is not a UV property on the samples of a polygon mesh");
+    UVsOnMesh out;
+    out.object = prim->Owner();
+    out.mesh = &m->mesh;
+    out.uv.assign(2 * static_cast<size_t>(m->mesh.SampleCount()), std::numeric_limits<double>::quiet_NaN());
+    const size_t size = static_cast<size_t>(node->valueSize);
+    for (size_t i = 0; i < cluster->elements.size() && (i + 1) * size <= node->values.size(); ++i) {
+        const LONG s = cluster->elements[i];
+        if (s < 0 || s >= m->mesh.SampleCount()) continue;
+        out.uv[2 * static_cast<size_t>(s)] = node->values[i * size];
+        out.uv[2 * static_cast<size_t>(s) + 1] = node->values[i * size + 1];
+    }
+    return out;
+}
+
+// Checker squares per unit of u and v, and the subdivision of each triangle that draws them.
+constexpr double kCheckerSquares = 10.0;
+constexpr int kCheckerCuts = 8;
+
+double Checker(double u, double v) {
+    if (!std::isfinite(u) || !std::isfinite(v)) return std::numeric_limits<double>::quiet_NaN();
+    const double cell = std::floor(u * kCheckerSquares) + std::floor(v * kCheckerSquares);
+    return std::fmod(std::fabs(cell), 2.0);
+}
+
+// The mesh in world space with a checker through its UVs: each triangle of each polygon's fan
+// cut into small triangles, each of one checker colour (0 or 1) at its centre.
+render::Drawable CheckerDrawable(const UVsOnMesh& uvs, double frame) {
+    const mesh::PolyMesh& m = *uvs.mesh;
+    const MATH::CTransformation world = uvs.object->GlobalAt(frame);
+    render::Drawable d;
+    d.polyOffsets.push_back(0);
+    struct Corner {
+        Vec3 p;
+        double u, v;
+    };
+    auto corner = [&](int32_t s) {
+        return Corner{ToWorld(world, m.Positions()[static_cast<size_t>(m.SampleVertex(s))]), uvs.uv[2 * static_cast<size_t>(s)],
+                      uvs.uv[2 * static_cast<size_t>(s) + 1]};
+    };
+    auto mix = [](const Corner& a, const Corner& b, const Corner& c, double i, double j) {
+        const double k = kCheckerCuts, wa = 1.0 - (i + j) / k, wb = i / k, wc = j / k;
+        return Corner{a.p * wa + b.p * wb + c.p * wc, a.u * wa + b.u * wb + c.u * wc, a.v * wa + b.v * wb + c.v * wc};
+    };
+    auto emit = [&](const Corner& a, const Corner& b, const Corner& c) {
+        const double value = Checker((a.u + b.u + c.u) / 3.0, (a.v + b.v + c.v) / 3.0);
+        for (const Corner* x : {&a, &b, &c}) {
+            d.polyVertices.push_back(static_cast<int32_t>(d.positions.size()));
+            d.positions.push_back(x->p);
+            d.values.push_back(value);
+        }
+        d.polyOffsets.push_back(static_cast<int32_t>(d.polyVertices.size()));
+    };
+    for (int32_t p = 0; p < m.PolygonCount(); ++p) {
+        const auto samples = m.PolygonSamples(p);
+        const int32_t first = *samples.begin();
+        for (int32_t s = first + 1; s + 1 < first + static_cast<int32_t>(samples.size()); ++s) {
+            const Corner a = corner(first), b = corner(s), c = corner(s + 1);
+            for (int i = 0; i < kCheckerCuts; ++i)
+                for (int j = 0; i + j < kCheckerCuts; ++j) {
+                    emit(mix(a, b, c, i, j), mix(a, b, c, i + 1, j), mix(a, b, c, i, j + 1));
+                    if (i + j + 1 < kCheckerCuts) emit(mix(a, b, c, i + 1, j), mix(a, b, c, i + 1, j + 1), mix(a, b, c, i, j + 1));
+                }
+        }
+    }
+    return d;
+}
+
+// The UV layout flat in the XY plane: every polygon at its samples' (u, v), coloured by v,
+// outlined just in front so that its edges read.
+render::Drawable LayoutDrawable(const UVsOnMesh& uvs, double lift) {
+    const mesh::PolyMesh& m = *uvs.mesh;
+    render::Drawable d;
+    d.polyOffsets.push_back(0);
+    for (int32_t p = 0; p < m.PolygonCount(); ++p) {
+        std::vector<Vec3> outline;
+        bool complete = true;
+        for (int32_t s : m.PolygonSamples(p)) {
+            const double u = uvs.uv[2 * static_cast<size_t>(s)], v = uvs.uv[2 * static_cast<size_t>(s) + 1];
+            complete = complete && std::isfinite(u) && std::isfinite(v);
+            outline.push_back({u, v, lift});
+        }
+        if (!complete) continue;
+        for (const Vec3& q : outline) {
+            d.polyVertices.push_back(static_cast<int32_t>(d.positions.size()));
+            d.positions.push_back({q.x, q.y, 0.0});
+            d.values.push_back(q.y);
+        }
+        d.polyOffsets.push_back(static_cast<int32_t>(d.polyVertices.size()));
+        outline.push_back(outline.front());
+        d.polylines.push_back(std::move(outline));
+    }
+    return d;
+}
+
 // Reading the options table of RenderPreview: every value checked, the option named in errors.
 std::string OptionError(const char* option, const std::string& what) {
     return std::string("RenderPreview: option '") + option + "' " + what;
@@ -143,6 +252,7 @@ Vec3 OptionVector(lua_State* L, int t, const char* option) {
 
 struct PreviewRequest {
     std::string weightmap;
+    std::string uvs;
     std::optional<std::vector<std::string>> objects;
     render::RenderOptions render;
 };
@@ -153,7 +263,7 @@ PreviewRequest PreviewOptions(lua_State* L, int t) {
     r.render.height = 640;
     if (lua_isnoneornil(L, t)) return r;
     if (!lua_istable(L, t)) throw ScriptError("RenderPreview: the options must be a table {weightmap = ..., camera = ...}");
-    static const std::set<std::string> known = {"weightmap", "objects", "camera", "range", "title", "width", "height",
+    static const std::set<std::string> known = {"weightmap", "uvs", "objects", "camera", "range", "title", "width", "height",
                                                 "colormap"};
     lua_pushnil(L);
     while (lua_next(L, t) != 0) {
@@ -161,7 +271,7 @@ PreviewRequest PreviewOptions(lua_State* L, int t) {
         if (lua_type(L, -1) != LUA_TSTRING || !known.contains(lua_tostring(L, -1))) {
             std::string key = lua_type(L, -1) == LUA_TSTRING ? lua_tostring(L, -1) : std::string("a ") + luaL_typename(L, -1) + " key";
             lua_pop(L, 1);
-            throw ScriptError("RenderPreview: unknown option '" + key + "' (weightmap, objects, camera, range, title, width, height, colormap)");
+            throw ScriptError("RenderPreview: unknown option '" + key + "' (weightmap, uvs, objects, camera, range, title, width, height, colormap)");
         }
     }
     auto field = [&](const char* key) {
@@ -189,6 +299,8 @@ PreviewRequest PreviewOptions(lua_State* L, int t) {
     };
 
     r.weightmap = text("weightmap");
+    r.uvs = text("uvs");
+    if (!r.weightmap.empty() && !r.uvs.empty()) throw ScriptError("RenderPreview: give a weightmap or uvs, not both");
     r.render.title = text("title");
     const std::string colours = text("colormap");
     if (colours == "diverging") r.render.colourMap = render::ColourMap::Diverging;
@@ -256,6 +368,11 @@ int RenderPreview(lua_State* L) {
 
         MapOnMesh map;
         if (!request.weightmap.empty()) map = MapValues(request.weightmap);
+        UVsOnMesh uvs;
+        if (!request.uvs.empty()) {
+            uvs = UVValues(request.uvs);
+            map.object = uvs.object;
+        }
         std::vector<const X3DNode*> objects;
         if (request.objects) {
             for (const std::string& path : *request.objects) {
@@ -270,7 +387,8 @@ int RenderPreview(lua_State* L) {
         // The map's mesh is always in the picture, once, coloured.
         std::erase(objects, map.object);
         render::Scene scene;
-        if (map.object) scene.drawables.push_back(ObjectDrawable(*map.object, frame, std::move(map.values)));
+        if (uvs.object) scene.drawables.push_back(CheckerDrawable(uvs, frame));
+        else if (map.object) scene.drawables.push_back(ObjectDrawable(*map.object, frame, std::move(map.values)));
         for (const X3DNode* x : objects) scene.drawables.push_back(ObjectDrawable(*x, frame));
 
         render::WritePng(render::Render(scene, request.render), file.string());
@@ -279,8 +397,39 @@ int RenderPreview(lua_State* L) {
     });
 }
 
+// RenderUVLayout(file, uvproperty[, {title =, width =, height =}]) -> the file's full path
+int RenderUVLayout(lua_State* L) {
+    return Safe(L, [](lua_State* L) {
+        std::string name = ArgString(L, 1, "a file name");
+        if (name.empty()) throw ScriptError("RenderUVLayout: no file name");
+        std::filesystem::path file = ProjectFile(name);
+        const UVsOnMesh uvs = UVValues(ArgString(L, 2, "a UV property path"));
+        PreviewRequest request = PreviewOptions(L, 3);
+        if (!request.weightmap.empty() || !request.uvs.empty() || request.objects || request.render.camera)
+            throw ScriptError("RenderUVLayout: only the title, width, height and range options apply");
+        double lo[2] = {1e300, 1e300}, hi[2] = {-1e300, -1e300};
+        for (size_t i = 0; i < uvs.uv.size(); ++i)
+            if (std::isfinite(uvs.uv[i])) lo[i % 2] = std::min(lo[i % 2], uvs.uv[i]), hi[i % 2] = std::max(hi[i % 2], uvs.uv[i]);
+        if (!(lo[0] <= hi[0] && lo[1] <= hi[1])) lo[0] = lo[1] = 0.0, hi[0] = hi[1] = 1.0;
+        const double w = std::max(hi[0] - lo[0], 1e-9), h = std::max(hi[1] - lo[1], 1e-9);
+        const double aspect = static_cast<double>(request.render.width) / request.render.height;
+        render::Camera camera;
+        camera.fovDegrees = 30.0;
+        const double half = 0.5 * std::max(h, w / aspect) * 1.15, distance = half / std::tan(camera.fovDegrees * kPi / 360.0);
+        camera.target = {(lo[0] + hi[0]) / 2, (lo[1] + hi[1]) / 2, 0.0};
+        camera.eye = {camera.target.x, camera.target.y, distance};
+        request.render.camera = camera;
+        render::Scene scene;
+        scene.drawables.push_back(LayoutDrawable(uvs, 1e-3 * distance));
+        render::WritePng(render::Render(scene, request.render), file.string());
+        lua_pushstring(L, file.string().c_str());
+        return 1;
+    });
+}
+
 const luaL_Reg kFunctions[] = {
     {"RenderPreview", RenderPreview},
+    {"RenderUVLayout", RenderUVLayout},
     {nullptr, nullptr},
 };
 

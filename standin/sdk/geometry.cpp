@@ -260,6 +260,8 @@ CLongArray CPointRefArray::GetIndexArray() const {
     return out;
 }
 
+CLongArray CVertexRefArray::GetIndexArray() const { return CPointRefArray::GetIndexArray(); }
+
 MATH::CVector3Array CPointRefArray::GetPositionArray() const {
     CRef owner;
     LONG cls = 0, count = 0;

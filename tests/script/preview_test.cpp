@@ -16,7 +16,9 @@
 #include "script/lua_host.h"
 #include "support.h"
 #include "xsi_cluster.h"
+#include "xsi_clusterproperty.h"
 #include "xsi_geometry.h"
+#include "xsi_polygonmesh.h"
 #include "xsi_primitive.h"
 #include "xsi_x3dobject.h"
 
@@ -238,10 +240,10 @@ std::vector<double> CsvWeights(const fs::path& file) {
     return out;
 }
 
-TEST(MixAndSmoothExamples, WriteTheirResultsWhereTheyAreTold) {
+TEST(MixSmoothAndGradientExamples, WriteTheirResultsWhereTheyAreTold) {
     fs::path dir = fs::temp_directory_path() / ("orbelin_mix_smooth_examples_" + std::to_string(::getpid()));
     fs::remove_all(dir);
-    for (const char* example : {"mix", "smooth"}) {
+    for (const char* example : {"mix", "smooth", "gradient"}) {
         standin::Host host(fs::temp_directory_path());
         host.GetLog().SetEcho(false);
         ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
@@ -272,7 +274,80 @@ TEST(MixAndSmoothExamples, WriteTheirResultsWhereTheyAreTold) {
     EXPECT_LT(spread(once), spread(noise) * 0.8);
     EXPECT_LT(spread(five), spread(once));
     EXPECT_TRUE(fs::exists(smooth / "radius3_repeat5.png"));
+    // The gradient from one torus section runs 24 rings each way round 48 sections.
+    const fs::path gradient = dir / "results" / "gradient";
+    for (const char* shape : {"torus", "figure"})
+        for (const char* file : {"gradient", "curvature", "singular", "maxima", "uv_checker", "uv_layout"})
+            EXPECT_TRUE(fs::exists(gradient / (std::string(shape) + "_" + file + ".png"))) << shape << " " << file;
+    std::vector<double> ring = CsvWeights(gradient / "torus_gradient.csv");
+    ASSERT_EQ(ring.size(), 48u * 16u);
+    EXPECT_EQ(*std::max_element(ring.begin(), ring.end()), 1.0);
+    EXPECT_EQ(ring[0], 0.0);
     fs::remove_all(dir);
+}
+// A UV set as a checker on its mesh (10 squares a unit of u and v) and laid out flat.
+TEST_F(PreviewTest, ShowsAUVSetAsACheckerAndAsAFlatLayout) {
+    ASSERT_EQ(Run("CreatePrim('Grid', 'g', {sizex = 10, sizez = 10, subdivu = 4, subdivv = 4})\n"
+                  "ExecuteCommand('CreateProjection', {'g'})\n"),
+              0)
+        << err.str();
+    // u and v from x and z: one unit of u spans the grid, so ten squares lie across it.
+    const std::wstring path = L"g.polymsh.cls.Texture_Coordinates_AUTO.Texture_Projection";
+    XSI::ClusterProperty uvs(host.Find(path));
+    XSI::CLongArray samples = XSI::Cluster(uvs.GetParent()).GetElements().GetArray();
+    XSI::CDoubleArray values = uvs.GetElements().GetArray();
+    ASSERT_EQ(values.GetCount(), 3 * samples.GetCount());
+    XSI::PolygonMesh mesh(XSI::X3DObject(host.Find(L"g")).GetActivePrimitive().GetGeometry());
+    XSI::MATH::CVector3Array points;
+    XSI::CLongArray polygons;
+    mesh.Get(points, polygons);
+    std::vector<LONG> corners;
+    for (LONG i = 0; i < polygons.GetCount();)
+        for (LONG n = polygons[i++]; n > 0; --n) corners.push_back(polygons[i++]);
+    for (LONG i = 0; i < samples.GetCount(); ++i) {
+        const XSI::MATH::CVector3& p = points[corners[static_cast<size_t>(samples[i])]];
+        values[3 * i] = (p.GetX() + 5) / 10, values[3 * i + 1] = (p.GetZ() + 5) / 10;
+    }
+    ASSERT_EQ(uvs.GetElements().PutArray(values), XSI::CStatus::OK);
+    ASSERT_EQ(Run("RenderPreview('checker.png', {uvs = 'g.polymsh.cls.Texture_Coordinates_AUTO.Texture_Projection', " +
+                  std::string(kTopView) + "})\n"
+                  "RenderUVLayout('layout.png', 'g.polymsh.cls.Texture_Coordinates_AUTO.Texture_Projection', "
+                  "{width = 300, height = 200})\n"),
+              0)
+        << err.str();
+    // Across the middle row: the checker's two colours alternate square by square.
+    Picture checker = ReadPng(dir / "checker.png");
+    int changes = 0, last = -1;
+    for (unsigned x = 0; x < checker.width; ++x) {
+        const Picture::Pixel p = checker.At(x, 100);
+        const int kind = Yellowish(p) ? 1 : DarkPurple(p) ? 0 : -1;
+        if (kind >= 0 && last >= 0 && kind != last) ++changes;
+        if (kind >= 0) last = kind;
+    }
+    EXPECT_GE(changes, 8);
+    EXPECT_LE(changes, 10);
+    // The layout fills the middle of its picture (u and v both span 0 to 1).
+    Picture layout = ReadPng(dir / "layout.png");
+    EXPECT_FALSE(Empty(layout, 130, 100));
+    EXPECT_TRUE(Empty(layout, 5, 100));
+
+    struct Case {
+        const char* call;
+        const char* message;
+    } cases[] = {
+        {"RenderUVLayout('x.png', 'g')", "'g' is not a UV property on the samples of a polygon mesh"},
+        {"RenderPreview('x.png', {uvs = 'nothing.here'})", "nothing.here"},
+        {"RenderPreview('x.png', {uvs = 'g.polymsh.cls.Texture_Coordinates_AUTO.Texture_Projection', weightmap = 'w'})",
+         "RenderPreview: give a weightmap or uvs, not both"},
+        {"RenderUVLayout('x.png', 'g.polymsh.cls.Texture_Coordinates_AUTO.Texture_Projection', {objects = {}})",
+         "RenderUVLayout: only the title, width, height and range options apply"},
+    };
+    for (const Case& c : cases) {
+        err.str("");
+        EXPECT_NE(Run(std::string(c.call) + "\n"), 0) << c.call;
+        EXPECT_NE(err.str().find(c.message), std::string::npos) << c.call << "\n" << err.str();
+    }
+    EXPECT_FALSE(fs::exists(dir / "x.png"));
 }
 
 // The Expression example as the demo runs it: its pictures, and weights that follow its formulas

@@ -1,0 +1,65 @@
+-- Gradient Maps built from root clusters on a torus and on a standing figure (examples/figure.obj,
+-- made by examples/make_figure.py): the ring distance, the curvature, the singular and
+-- local-maximum vertices, and UV strips climbing the gradient, as a checker and as a flat layout.
+--
+--   orbelin run examples/gradient.lua --project .    (writes into out/gradient/)
+--   orbelin demo --out DIR                           (writes into DIR/gradient/)
+--
+-- Set before the script runs (orbelin demo sets it):
+--   OUTPUT_DIR   the folder the results go into (default "out", relative to the project folder)
+
+local out = (OUTPUT_DIR or "out") .. "/gradient"
+local here = debug.getinfo(1, "S").source:match("^@(.*[/\\])") or "examples/"
+
+-- A weight map of the whole mesh that is 1 on a cluster's vertices and 0 elsewhere, to show
+-- where the cluster lies.
+local function highlight(object, cluster, name)
+  local members = GetElements(ExecuteCommand("CreateWeightMap", {"", cluster, "Members", "", false})[1])
+  local map = ExecuteCommand("CreateWeightMap", {"", object, name, "", false})[1]
+  local weights, inside = {}, {}
+  for _, v in ipairs(members) do inside[v] = true end
+  for i = 1, #GetPointPositions(object) do weights[i] = inside[i - 1] and 1 or 0 end
+  SetWeights(map, weights)
+  return map, #members
+end
+
+local function show(name, object, root, camera)
+  -- The gradient map with every extra: no dialog (the last argument).
+  local maxLevel = ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {object, root, true, true, true, false})
+  local maps = object .. ".polymsh.cls.WeightMapCls."
+  local size = {width = 640, height = 480, camera = camera, objects = {}}
+  local function picture(file, options)
+    for k, v in pairs(size) do options[k] = v end
+    RenderPreview(out .. "/" .. name .. "_" .. file .. ".png", options)
+  end
+  picture("gradient", {weightmap = maps .. "GradientWeightMap", range = {0, 1},
+                       title = string.format("%s: ring distance from the root, %d rings", name, maxLevel)})
+  WriteWeightsCSV(maps .. "GradientWeightMap", out .. "/" .. name .. "_gradient.csv")
+  picture("curvature", {weightmap = maps .. "CurvatureWeightMap", title = name .. ": curvature"})
+  local singular, s = highlight(object, object .. ".polymsh.cls.SingVertices", "Singular")
+  picture("singular", {weightmap = singular, range = {0, 1}, title = string.format("%s: %d singular vertices", name, s)})
+  local maxima, m = highlight(object, object .. ".polymsh.cls.LocalMaximaVertices", "Maxima")
+  picture("maxima", {weightmap = maxima, range = {0, 1}, title = string.format("%s: %d local maxima", name, m)})
+
+  -- Its return value: the number of roots times the widest u reached (before normalising).
+  local value = ExecuteCommand("Orbelin_zrUVFromGradientMapCmd", {maps .. "GradientWeightMap", 0, true, true, -1, false})
+  local uvs = object .. ".polymsh.cls.Texture_Coordinates_AUTO.zrGradientUVs"
+  picture("uv_checker", {uvs = uvs, title = string.format("%s: UV strips (return value %g)", name, value)})
+  RenderUVLayout(out .. "/" .. name .. "_uv_layout.png", uvs,
+                 {width = 640, height = 480, title = name .. ": UV layout, coloured by v"})
+end
+
+-- A torus rooted on one section: the gradient runs both ways round and meets opposite.
+local torus = CreatePrim("Torus", "torus", {radius = 4, sectionradius = 1.4, subdivu = 48, subdivv = 16})
+local section = {}
+for j = 0, 15 do section[#section + 1] = j end
+show("torus", torus, CreateCluster(torus, "pnt", section, "Root"), {eye = {9, 11, 13}, target = {0, -1, 0}, fov = 40})
+
+-- The figure rooted on the ring round its feet: the gradient climbs to the head and back
+-- down to the sole, and the strips close at the pole on top of the head.
+local figure = ImportObj(here .. "figure.obj", "figure")
+local feet = {}
+for i = 1, 24 do feet[#feet + 1] = i end
+show("figure", figure, CreateCluster(figure, "pnt", feet, "Feet"), {eye = {9, 6, 12}, target = {0, 3, 0}, fov = 38})
+
+print("pictures written to " .. out .. "/")
