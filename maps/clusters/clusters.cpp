@@ -27,11 +27,9 @@ std::vector<size_t> PolygonStarts(std::span<const int32_t> polygons) {
 }  // namespace
 
 std::vector<double> ClustersMap(size_t vertexCount, std::span<const int32_t> polygons,
-                                std::span<const uint32_t> neighbourOffsets, std::span<const uint32_t> neighbours,
                                 std::span<const ClusterElements> clusters, int64_t cropping) {
     std::vector<uint8_t> covered(vertexCount, 0);
-    std::vector<size_t> starts;
-    bool startsMade = false;
+    const std::vector<size_t> starts = PolygonStarts(polygons);
     for (const ClusterElements& c : clusters) {
         switch (c.kind) {
             case Kind::Points:
@@ -39,10 +37,6 @@ std::vector<double> ClustersMap(size_t vertexCount, std::span<const int32_t> pol
                 for (int32_t v : c.indices) Cover(covered, v);
                 break;
             case Kind::Polygons:
-                if (!startsMade) {
-                    starts = PolygonStarts(polygons);
-                    startsMade = true;
-                }
                 for (int32_t p : c.indices) {
                     if (p < 0 || static_cast<size_t>(p) >= starts.size()) continue;
                     const size_t at = starts[static_cast<size_t>(p)];
@@ -63,19 +57,42 @@ std::vector<double> ClustersMap(size_t vertexCount, std::span<const int32_t> pol
                                                   ? std::numeric_limits<uint64_t>::max()
                                                   : static_cast<uint64_t>(band ? -cropping : cropping),
                                               vertexCount);
-    const bool lists = neighbourOffsets.size() == vertexCount + 1;
+    // Each vertex's covered neighbours across the polygons' sides: the walk only ever steps
+    // onto covered vertices. A side shared by two polygons is listed twice, which it does not mind.
+    std::vector<uint32_t> offsets(vertexCount + 1, 0), neighbours;
+    auto sides = [&](auto&& take) {
+        for (size_t at : starts) {
+            const int32_t n = polygons[at];
+            for (int32_t k = 0; k < n; ++k) {
+                const int32_t a = polygons[at + 1 + static_cast<size_t>(k)], b = polygons[at + 1 + static_cast<size_t>((k + 1) % n)];
+                if (a == b || a < 0 || b < 0 || static_cast<size_t>(a) >= vertexCount || static_cast<size_t>(b) >= vertexCount) continue;
+                take(static_cast<uint32_t>(a), static_cast<uint32_t>(b));
+            }
+        }
+    };
+    sides([&](uint32_t a, uint32_t b) {
+        offsets[a + 1] += covered[b];
+        offsets[b + 1] += covered[a];
+    });
+    for (size_t v = 0; v < vertexCount; ++v) offsets[v + 1] += offsets[v];
+    neighbours.resize(offsets[vertexCount]);
+    std::vector<uint32_t> fill(offsets.begin(), offsets.end() - 1);
+    sides([&](uint32_t a, uint32_t b) {
+        if (covered[b]) neighbours[fill[a]++] = b;
+        if (covered[a]) neighbours[fill[b]++] = a;
+    });
     // Depth from the nearest uncovered vertex, for the covered vertices within reach.
     std::vector<uint32_t> front, next;
     std::vector<uint8_t> border(vertexCount, 0);
     for (size_t v = 0; v < vertexCount; ++v)
-        if (!covered[v]) front.push_back(static_cast<uint32_t>(v));
-    for (uint64_t depth = 1; depth <= rings && !front.empty() && lists; ++depth) {
+        if (!covered[v] && offsets[v + 1] > offsets[v]) front.push_back(static_cast<uint32_t>(v));
+    const std::vector<uint32_t>& neighbourOffsets = offsets;
+    for (uint64_t depth = 1; depth <= rings && !front.empty(); ++depth) {
         next.clear();
         for (uint32_t v : front) {
-            const uint32_t end = std::min<uint32_t>(neighbourOffsets[v + 1], static_cast<uint32_t>(neighbours.size()));
-            for (uint32_t k = neighbourOffsets[v]; k < end; ++k) {
+            for (uint32_t k = neighbourOffsets[v]; k < neighbourOffsets[v + 1]; ++k) {
                 const uint32_t w = neighbours[k];
-                if (w >= vertexCount || !covered[w] || border[w]) continue;
+                if (border[w]) continue;
                 border[w] = 1;
                 next.push_back(w);
             }

@@ -7,9 +7,9 @@
 // not border vertices (the area shrinks by c rings); a negative c keeps only the border
 // vertices (a band of width |c| inside the area's edge).
 //
-// The border is found by one breadth-first walk from every uncovered vertex at once, stopped
-// at depth |c|: a covered vertex reached is a border vertex. Linear in the mesh's size,
-// whatever c is.
+// Rings are counted over the polygons' sides (a mesh's edges). The border is found by one
+// breadth-first walk from every uncovered vertex at once, stopped at depth |c|: a covered vertex
+// reached is a border vertex. Linear in the mesh's size, whatever c is.
 #pragma once
 
 #include <cstdint>
@@ -29,10 +29,9 @@ struct ClusterElements {
 };
 
 // `polygons`: the mesh's polygons as the host gives them (a vertex count, then that many
-// vertex indices, polygon after polygon); `neighbourOffsets` (vertexCount + 1 entries) and
-// `neighbours`: the vertices joined to each vertex by an edge. Returns one weight per vertex.
+// vertex indices, polygon after polygon; cut at the first polygon running past the end).
+// Returns one weight per vertex.
 std::vector<double> ClustersMap(size_t vertexCount, std::span<const int32_t> polygons,
-                                std::span<const uint32_t> neighbourOffsets, std::span<const uint32_t> neighbours,
                                 std::span<const ClusterElements> clusters, int64_t cropping);
 
 }  // namespace orbelin::clusters

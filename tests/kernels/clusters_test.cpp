@@ -10,28 +10,18 @@ namespace cl = orbelin::clusters;
 
 namespace {
 
-// A grid of n x n quads: vertex (r, c) is r * (n + 1) + c, polygon (r, c) is r * n + c; the
-// neighbours are the four vertices joined by edges.
+// A grid of n x n quads: vertex (r, c) is r * (n + 1) + c, polygon (r, c) is r * n + c.
 struct Grid {
     int n;
     std::vector<int32_t> polygons;
-    std::vector<uint32_t> offsets{0}, neighbours;
     explicit Grid(int size) : n(size) {
         const int w = n + 1;
         for (int r = 0; r < n; ++r)
             for (int c = 0; c < n; ++c) polygons.insert(polygons.end(), {4, r * w + c, r * w + c + 1, (r + 1) * w + c + 1, (r + 1) * w + c});
-        for (int r = 0; r < w; ++r)
-            for (int c = 0; c < w; ++c) {
-                if (c > 0) neighbours.push_back(uint32_t(r * w + c - 1));
-                if (c < n) neighbours.push_back(uint32_t(r * w + c + 1));
-                if (r > 0) neighbours.push_back(uint32_t((r - 1) * w + c));
-                if (r < n) neighbours.push_back(uint32_t((r + 1) * w + c));
-                offsets.push_back(uint32_t(neighbours.size()));
-            }
     }
     size_t Vertices() const { return size_t((n + 1) * (n + 1)); }
     std::vector<double> Map(const std::vector<cl::ClusterElements>& clusters, int64_t cropping) const {
-        return cl::ClustersMap(Vertices(), polygons, offsets, neighbours, clusters, cropping);
+        return cl::ClustersMap(Vertices(), polygons, clusters, cropping);
     }
     // The vertices (r, c) with r0 <= r <= r1 and c0 <= c <= c1 set to 1.
     std::vector<double> Block(int r0, int r1, int c0, int c1) const {
@@ -83,12 +73,15 @@ TEST(ClustersMap, WholeMeshPointsEdgesAndBadIndices) {
     EXPECT_EQ(g.Map({{cl::Kind::Points, points}, {cl::Kind::Edges, ends}}, 0), expected);
     // A lone covered point: with cropping, a border (all its neighbours are uncovered).
     EXPECT_EQ(g.Map({{cl::Kind::Points, std::span<const int32_t>(points.data() + 1, 1)}}, 1), std::vector<double>(25, 0.0));
-    // Without neighbour lists no vertex is a border; malformed polygons are cut.
-    const std::vector<int32_t> lone{12};
+    // A vertex no polygon uses has no neighbours: never a border. Malformed polygons are cut
+    // at the first that runs past the end, and their indices naming no vertex are passed over.
+    const std::vector<int32_t> lone{25};
     const std::vector<cl::ClusterElements> loneCluster{{cl::Kind::Points, lone}};
-    EXPECT_EQ(cl::ClustersMap(25, g.polygons, {}, {}, loneCluster, 1)[12], 1.0);
-    const std::vector<int32_t> broken{4, 0, 1, 6, 5, 9, 2, 3}, first{0, 1};
+    EXPECT_EQ(cl::ClustersMap(26, g.polygons, loneCluster, 1)[25], 1.0);
+    const std::vector<int32_t> broken{4, 0, 1, 6, 99, 9, 2, 3}, first{0, 1};
     const std::vector<cl::ClusterElements> firstTwo{{cl::Kind::Polygons, first}};
-    const std::vector<double> cut = cl::ClustersMap(25, broken, {}, {}, firstTwo, 0);
-    EXPECT_EQ(std::count(cut.begin(), cut.end(), 1.0), 4);
+    const std::vector<double> cut = cl::ClustersMap(25, broken, firstTwo, 0);
+    EXPECT_EQ(std::count(cut.begin(), cut.end(), 1.0), 3);
+    EXPECT_EQ(cl::ClustersMap(25, broken, firstTwo, -1), std::vector<double>(25, 0.0))
+        << "its covered vertices are joined only to one another";
 }

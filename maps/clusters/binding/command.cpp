@@ -129,12 +129,10 @@ CStatus Build(CRef& context) {
         inputs.push_back(in);
     }
     if (cropping != 0) LogInfo(L"Crop Clusters Area of " + CString(std::to_wstring(std::llabs(static_cast<long long>(cropping))).c_str()));
-    PackedNeighbours neighbours;
-    if (cropping != 0) EdgeNeighbours(topology, neighbours);
     const size_t n = static_cast<size_t>(std::max<LONG>(topology.vertexCount, 0));
     const std::vector<double> weights = ClustersMap(
         n, std::span<const int32_t>(topology.polygons.GetArray(), static_cast<size_t>(topology.polygons.GetCount())),
-        neighbours.offsets, neighbours.indices, inputs, cropping);
+        inputs, cropping);
 
     CClusterPropertyElementArray values = map.GetElements();
     CDoubleArray out(values.GetCount());
