@@ -40,6 +40,18 @@ double Horner(const Poly& p, int n, double t) {
     return v;
 }
 
+// Power basis to Bernstein basis on [0, 1]: b_k = sum over j <= k of C(k, j) / C(n, j) a_j.
+struct BernsteinTable {
+    std::array<std::array<std::array<double, kMaxRootDegree + 1>, kMaxRootDegree + 1>, kMaxRootDegree + 1> f{};
+    BernsteinTable() {
+        for (int n = 0; n <= kMaxRootDegree; ++n)
+            for (int k = 0; k <= n; ++k)
+                for (int j = 0; j <= k; ++j)
+                    f[static_cast<size_t>(n)][static_cast<size_t>(k)][static_cast<size_t>(j)] = Binomial(k, j) / Binomial(n, j);
+    }
+};
+const BernsteinTable kBernstein;
+
 int SignChanges(const double* b, int n) {
     int changes = 0, last = 0;
     for (int k = 0; k <= n; ++k) {
@@ -111,6 +123,26 @@ void Multiply(const std::array<double, N>& a, int na, const std::array<double, M
 
 }  // namespace
 
+namespace {
+double SegmentSquaredDistance(const Vec3& p, const Vec3& a, const Vec3& b) {
+    const double ux = b[0] - a[0], uy = b[1] - a[1], uz = b[2] - a[2];
+    const double wx = p[0] - a[0], wy = p[1] - a[1], wz = p[2] - a[2];
+    const double uu = ux * ux + uy * uy + uz * uz;
+    double t = uu > 0.0 ? (wx * ux + wy * uy + wz * uz) / uu : 0.0;
+    t = std::clamp(t, 0.0, 1.0);
+    const double dx = wx - t * ux, dy = wy - t * uy, dz = wz - t * uz;
+    return dx * dx + dy * dy + dz * dz;
+}
+}  // namespace
+
+double Curve::Span::Bound(const Vec3& p) const {
+    const double gap = box.SquaredGap(p);
+    if (radius < 0.0) return gap;
+    // Shrunk a hair further: the segment distance has its own rounding.
+    const double d = std::sqrt(SegmentSquaredDistance(p, chord0, chord1)) * (1.0 - 1e-12) - radius;
+    return d > 0.0 ? std::max(gap, d * d) : gap;
+}
+
 double Box::SquaredGap(const Vec3& p) const {
     if (!bounded) return 0.0;
     double g2 = 0.0;
@@ -168,6 +200,7 @@ Curve::Curve(int degree, std::span<const double> knots, std::span<const Vec4> po
         for (size_t k = 0; k <= d; ++k) s.a[k] = power[k];
         // The Bezier points and their box.
         bool positive = true;
+        std::array<Vec3, kMaxDegree + 1> bez{};
         Box box;
         box.lo = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
                   std::numeric_limits<double>::infinity()};
@@ -183,8 +216,9 @@ Curve::Curve(int degree, std::span<const double> knots, std::span<const Vec4> po
                 break;
             }
             for (size_t a = 0; a < 3; ++a) {
-                box.lo[a] = std::min(box.lo[a], b[a] / b[3]);
-                box.hi[a] = std::max(box.hi[a], b[a] / b[3]);
+                bez[k][a] = b[a] / b[3];
+                box.lo[a] = std::min(box.lo[a], bez[k][a]);
+                box.hi[a] = std::max(box.hi[a], bez[k][a]);
             }
         }
         box.bounded = positive && std::isfinite(box.lo[0] + box.lo[1] + box.lo[2] + box.hi[0] + box.hi[1] + box.hi[2]);
@@ -197,6 +231,17 @@ Curve::Curve(int degree, std::span<const double> knots, std::span<const Vec4> po
             }
         }
         s.box = box;
+        if (box.bounded) {
+            s.chord0 = bez[0];
+            s.chord1 = bez[d];
+            double r = 0.0, scale = 0.0;
+            for (size_t k = 0; k <= d; ++k) {
+                r = std::max(r, std::sqrt(SegmentSquaredDistance(bez[k], s.chord0, s.chord1)));
+                for (size_t a = 0; a < 3; ++a) scale = std::max(scale, std::abs(bez[k][a]));
+            }
+            // Widened like the box, for the rounding of the span's own arithmetic.
+            s.radius = std::isfinite(r) ? r + 1e-9 * (scale + r) + 1e-12 : -1.0;
+        }
         m_spans.push_back(s);
     }
     if (m_spans.empty()) return;
@@ -257,9 +302,10 @@ bool Curve::ClosestOnSpan(const Span& s, const Vec3& p, double& bestD2, double& 
     }
     // Bernstein form on [0, 1].
     std::array<double, kMaxRootDegree + 1> bern{};
+    const auto& table = kBernstein.f[static_cast<size_t>(n)];
     for (int k = 0; k <= n; ++k) {
         double b = 0.0;
-        for (int j = 0; j <= k; ++j) b += Binomial(k, j) / Binomial(n, j) * g[static_cast<size_t>(j)];
+        for (int j = 0; j <= k; ++j) b += table[static_cast<size_t>(k)][static_cast<size_t>(j)] * g[static_cast<size_t>(j)];
         bern[static_cast<size_t>(k)] = b;
     }
     std::array<double, kMaxRootDegree + 3> candidates{};
@@ -289,20 +335,53 @@ bool Curve::ClosestOnSpan(const Span& s, const Vec3& p, double& bestD2, double& 
     return found;
 }
 
+void Curve::Found(const Span& s, double d2, double t, ClosestPoint& out) const {
+    out.squaredDistance = d2;
+    out.u = s.u0 + t * (s.u1 - s.u0);
+    out.normalized = (out.u - m_uMin) / (m_uMax - m_uMin);
+}
+
+// The answer is the first span, in order, whose nearest point is the nearest of all (each
+// span's own answer does not depend on the distance to beat, only whether it is given).
 bool Curve::Closest(const Vec3& p, double beat, ClosestPoint& out) const {
     double best = beat;
     bool found = false;
     for (const Span& s : m_spans) {
         // A span whose box is farther than the best point so far cannot hold a nearer one.
-        if (s.box.SquaredGap(p) > best) continue;
+        if (s.Bound(p) > best) continue;
         double t = 0.0;
         if (ClosestOnSpan(s, p, best, t)) {
             found = true;
-            out.squaredDistance = best;
-            out.u = s.u0 + t * (s.u1 - s.u0);
+            Found(s, best, t, out);
         }
     }
-    if (found) out.normalized = (out.u - m_uMin) / (m_uMax - m_uMin);
+    return found;
+}
+
+bool Curve::ClosestNearestFirst(const Vec3& p, double beat, ClosestPoint& out) const {
+    constexpr size_t kMaxSorted = 64;
+    // (A position that is not a number would make the box distances unorderable.)
+    if (m_spans.size() > kMaxSorted || m_spans.size() < 3 || !std::isfinite(p[0] + p[1] + p[2])) return Closest(p, beat, out);
+    std::array<std::pair<double, size_t>, kMaxSorted> order;
+    for (size_t i = 0; i < m_spans.size(); ++i) order[i] = {m_spans[i].Bound(p), i};
+    std::sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(m_spans.size()));
+    // Nearest box first; among equal distances the earlier span, as the walk in order gives.
+    double best = beat;
+    size_t bestSpan = 0;
+    bool found = false;
+    for (size_t k = 0; k < m_spans.size(); ++k) {
+        const auto [gap, i] = order[k];
+        if (gap > best || (found && gap == best && i > bestSpan)) break;
+        const bool earlier = found && i < bestSpan;
+        double d2 = earlier ? std::nextafter(best, std::numeric_limits<double>::infinity()) : best, t = 0.0;
+        if (!ClosestOnSpan(m_spans[i], p, d2, t)) continue;
+        if (d2 < best || (earlier && d2 == best)) {
+            best = d2;
+            bestSpan = i;
+            found = true;
+            Found(m_spans[i], d2, t, out);
+        }
+    }
     return found;
 }
 

@@ -49,6 +49,9 @@ public:
     // The nearest point to p when it is nearer than `beat` (squared); false otherwise (spans
     // that cannot beat it are not looked at). Deterministic: the same p gives the same answer.
     bool Closest(const Vec3& p, double beat, ClosestPoint& out) const;
+    // The same answer, looking at the spans nearest box first: faster when the curve has
+    // many spans and p is near few of them.
+    bool ClosestNearestFirst(const Vec3& p, double beat, ClosestPoint& out) const;
     // The position at the curve's own parameter u (clamped to the range).
     Vec3 Evaluate(double u) const;
 
@@ -58,12 +61,19 @@ private:
         int degree = 0;
         std::array<Vec4, 4> a{};  // power basis in t: coefficient of t^k for x*w, y*w, z*w, w
         Box box;
+        // The span lies within `radius` of the chord from its first to its last Bezier point
+        // (every Bezier point does, so their hull does); radius < 0 when not known.
+        Vec3 chord0{0, 0, 0}, chord1{0, 0, 0};
+        double radius = -1.0;
+        // Never above the squared distance from p to any point of the span.
+        double Bound(const Vec3& p) const;
     };
     std::vector<Span> m_spans;
     Box m_box;
     double m_uMin = 0.0, m_uMax = 1.0;
 
     static bool ClosestOnSpan(const Span& s, const Vec3& p, double& d2, double& t);
+    void Found(const Span& s, double d2, double t, ClosestPoint& out) const;
 };
 
 }  // namespace orbelin::gradientcurve

@@ -124,6 +124,7 @@ Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, st
         candidates.reserve(curveCount);
         std::vector<Vec3> local(connexions.size());
         Range chunkRange;
+        unsigned lastPlace = ~0u;
         for (size_t i = begin; i < end; ++i) {
             double best = kReach;
             int bestConnexion = -1;
@@ -163,7 +164,7 @@ Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, st
                     }
                     if (k.gap > connexionBest) continue;
                     ClosestPoint p;
-                    if (k.curve->Closest(local[k.connexion], connexionBest, p)) {
+                    if (k.curve->ClosestNearestFirst(local[k.connexion], connexionBest, p)) {
                         connexionBest = p.squaredDistance;
                         connexionValue = p.normalized * connexions[k.connexion].factor;
                         taken = true;
@@ -172,22 +173,33 @@ Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, st
                 settle();
             } else {
                 // Only the final value matters: the nearest curve, the earlier one on a tie.
+                // The curve that won for the element before is looked at first: neighbours
+                // are mostly nearest to the same curve, and its distance then rules out most
+                // of the others. The order only changes how much is looked at, not the answer.
                 std::sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
                     return a.gap < b.gap || (a.gap == b.gap && a.place < b.place);
                 });
-                for (const Candidate& k : candidates) {
-                    if (k.gap > best || (k.gap == best && bestConnexion >= 0 && k.place > bestPlace)) break;
+                auto visit = [&](const Candidate& k) {
                     const bool earlier = bestConnexion >= 0 && k.place < bestPlace;
                     const double beat = earlier ? std::nextafter(best, std::numeric_limits<double>::infinity()) : best;
                     ClosestPoint p;
-                    if (!k.curve->Closest(local[k.connexion], beat, p)) continue;
+                    if (!k.curve->ClosestNearestFirst(local[k.connexion], beat, p)) return;
                     if (p.squaredDistance < best || (earlier && p.squaredDistance == best)) {
                         best = p.squaredDistance;
                         bestPlace = k.place;
                         bestConnexion = static_cast<int>(k.connexion);
                         bestValue = p.normalized * connexions[k.connexion].factor;
                     }
+                };
+                const Candidate* seed = nullptr;
+                for (const Candidate& k : candidates)
+                    if (k.place == lastPlace) seed = &k;
+                if (seed) visit(*seed);
+                for (const Candidate& k : candidates) {
+                    if (k.gap > best || (k.gap == best && bestConnexion >= 0 && k.place > bestPlace)) break;
+                    if (&k != seed) visit(k);
                 }
+                if (bestConnexion >= 0) lastPlace = bestPlace;
                 if (bestConnexion >= 0) bestValue = PostProcessed(bestValue, o, chunkRange);
             }
             value[i] = bestValue;
