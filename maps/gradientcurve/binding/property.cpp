@@ -41,23 +41,10 @@ void BuildLayout(CustomProperty& property) {
     layout.AddItem(L"Max", L"Max");
     layout.EndGroup();
 
-    layout.AddTab(L"Connexions");
-    layout.AddRow();
-    layout.AddButton(L"Connect", L"Add Connexion");
-    layout.AddButton(L"RemoveAll", L"Remove All Connexion");
-    layout.EndRow();
+    AddConnexionsTab(layout);
     layout.AddItem(L"AddMode", L"Additive Mode");  // an item without a parameter, as the page has always shown
-    CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
-    if (!op.IsValid()) {
-        LogError(L"Operator zrGradientCurveMap not found!");
-        return;
-    }
-    const LONG group = ThisTool().connexionGroup;
-    const LONG count = Operator(op).GetNumInstancesInGroup(group);
-    for (LONG k = 0; k < count; ++k) {
-        EnsureConnexionPair(property, k, kEnabledRow, kPageFactorRow);
-        AddConnexionGroup(layout, Operator(op).GetPortAt(0, group, k).GetTarget().GetAsText(), k);
-    }
+    AddConnexionGroups(layout, property, ThisTool().connexionGroup, kEnabledRow, kPageFactorRow,
+                       L"Operator zrGradientCurveMap not found!");
 }
 
 }  // namespace orbelin::gradientcurve
