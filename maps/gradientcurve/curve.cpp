@@ -363,7 +363,12 @@ bool Curve::ClosestNearestFirst(const Vec3& p, double beat, ClosestPoint& out) c
     // (A position that is not a number would make the box distances unorderable.)
     if (m_spans.size() > kMaxSorted || m_spans.size() < 3 || !std::isfinite(p[0] + p[1] + p[2])) return Closest(p, beat, out);
     std::array<std::pair<double, size_t>, kMaxSorted> order;
-    for (size_t i = 0; i < m_spans.size(); ++i) order[i] = {m_spans[i].Bound(p), i};
+    double nearest = std::numeric_limits<double>::infinity();
+    for (size_t i = 0; i < m_spans.size(); ++i) {
+        order[i] = {m_spans[i].Bound(p), i};
+        nearest = std::min(nearest, order[i].first);
+    }
+    if (nearest > beat) return false;  // no span can beat it
     std::sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(m_spans.size()));
     // Nearest box first; among equal distances the earlier span, as the walk in order gives.
     double best = beat;

@@ -111,9 +111,18 @@ Stats EvaluateStraight(std::span<const Vec3> vertices, std::span<const int> elem
 
 Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, std::span<const double> incoming,
                std::span<const Connexion> connexions, Options o, std::span<double> out) {
+    Workspace workspace;
+    return Evaluate(vertices, elements, incoming, connexions, o, out, workspace);
+}
+
+Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, std::span<const double> incoming,
+               std::span<const Connexion> connexions, Options o, std::span<double> out, Workspace& workspace) {
     const size_t count = std::min(out.size(), vertices.size());
-    std::vector<double> value(count, 0.0);
-    std::vector<int> winner(count, -1);
+    // Every entry is written below before it is read.
+    std::vector<double>& value = workspace.value;
+    std::vector<int>& winner = workspace.winner;
+    value.resize(count);
+    winner.resize(count);
     size_t curveCount = 0;
     for (const Connexion& c : connexions)
         if (c.enabled) curveCount += c.curves.size();
@@ -176,9 +185,6 @@ Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, st
                 // The curve that won for the element before is looked at first: neighbours
                 // are mostly nearest to the same curve, and its distance then rules out most
                 // of the others. The order only changes how much is looked at, not the answer.
-                std::sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
-                    return a.gap < b.gap || (a.gap == b.gap && a.place < b.place);
-                });
                 auto visit = [&](const Candidate& k) {
                     const bool earlier = bestConnexion >= 0 && k.place < bestPlace;
                     const double beat = earlier ? std::nextafter(best, std::numeric_limits<double>::infinity()) : best;
@@ -191,13 +197,27 @@ Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, st
                         bestValue = p.normalized * connexions[k.connexion].factor;
                     }
                 };
+                // A curve can still win when its box is nearer than the best so far, or as
+                // near and earlier. Each visit keeps the nearest, then earliest, so the order
+                // of the visits only decides how much is ruled out.
+                auto open = [&](const Candidate& k) {
+                    return k.gap < best || (k.gap == best && (bestConnexion < 0 || k.place < bestPlace));
+                };
                 const Candidate* seed = nullptr;
                 for (const Candidate& k : candidates)
                     if (k.place == lastPlace) seed = &k;
-                if (seed) visit(*seed);
-                for (const Candidate& k : candidates) {
-                    if (k.gap > best || (k.gap == best && bestConnexion >= 0 && k.place > bestPlace)) break;
-                    if (&k != seed) visit(k);
+                if (seed) {
+                    visit(*seed);
+                    for (const Candidate& k : candidates)
+                        if (&k != seed && open(k)) visit(k);
+                } else {
+                    std::sort(candidates.begin(), candidates.end(), [](const Candidate& a, const Candidate& b) {
+                        return a.gap < b.gap || (a.gap == b.gap && a.place < b.place);
+                    });
+                    for (const Candidate& k : candidates) {
+                        if (!open(k)) break;  // sorted: none after it is open either
+                        visit(k);
+                    }
                 }
                 if (bestConnexion >= 0) lastPlace = bestPlace;
                 if (bestConnexion >= 0) bestValue = PostProcessed(bestValue, o, chunkRange);
@@ -211,8 +231,10 @@ Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, st
     });
     // Several elements may share a vertex: the last write the connexion-by-connexion loop
     // would make is the one of the latest connexion, then of the latest element.
-    std::vector<double> slotValue(vertices.size(), 0.0);
-    std::vector<int> slotWinner(vertices.size(), -1);
+    std::vector<double>& slotValue = workspace.slotValue;
+    std::vector<int>& slotWinner = workspace.slotWinner;
+    slotValue.assign(vertices.size(), 0.0);
+    slotWinner.assign(vertices.size(), -1);
     for (size_t i = 0; i < count; ++i) {
         const int slot = i < elements.size() ? elements[i] : -1;
         if (winner[i] < 0 || !InSlots(slot, slotValue.size())) continue;

@@ -53,6 +53,13 @@ struct Stats {
     size_t written = 0;  // elements that took a value from a curve
 };
 
+// What an evaluation needs besides its result, kept by the caller from one evaluation to the
+// next so that repeated updates touch no fresh memory.
+struct Workspace {
+    std::vector<double> value, slotValue;
+    std::vector<int> winner, slotWinner;
+};
+
 // `vertices`: the mesh's vertex positions in its object space; `elements`: the vertex index
 // of each weight-map element; `incoming`: each element's weight as it is (an element beyond
 // its end reads 0). `out`: one weight per element (may be `incoming` itself).
@@ -60,5 +67,7 @@ Stats EvaluateStraight(std::span<const Vec3> vertices, std::span<const int> elem
                        std::span<const Connexion> connexions, Options options, std::span<double> out);
 Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, std::span<const double> incoming,
                std::span<const Connexion> connexions, Options options, std::span<double> out);
+Stats Evaluate(std::span<const Vec3> vertices, std::span<const int> elements, std::span<const double> incoming,
+               std::span<const Connexion> connexions, Options options, std::span<double> out, Workspace& workspace);
 
 }  // namespace orbelin::gradientcurve

@@ -210,9 +210,9 @@ TEST(GradientCurveEvaluate, TransformsOfTheMeshAndOfEachCurveObject) {
 TEST(GradientCurveEvaluate, FastSearchEqualsEveryCurveForEveryElement) {
     std::mt19937 rng(11);
     std::uniform_real_distribution<double> coord(-20, 20), unit(0, 1);
-    for (int trial = 0; trial < 12; ++trial) {
+    for (int trial = 0; trial < 8; ++trial) {
         Scene s;
-        const int n = 3000 + trial * 100;
+        const int n = 1500 + trial * 100;
         for (int i = 0; i < n; ++i) {
             s.vertices.push_back({coord(rng), coord(rng), coord(rng) * 0.1});
             s.incoming.push_back(unit(rng));

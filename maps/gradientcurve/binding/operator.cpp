@@ -30,6 +30,7 @@ struct OperatorState {
     std::vector<Vec3> vertices;
     std::vector<int> elements;
     std::vector<Connexion> connexions;
+    Workspace workspace;
     CDoubleArray out;
 };
 
@@ -107,7 +108,7 @@ CDoubleArray& EvaluateLive(OperatorState& state, LiveInputs& in) {
     const LONG n = std::max<LONG>(incoming.GetCount(), 0);
     state.out.Resize(n);
     Evaluate(state.vertices, state.elements, std::span<const double>(incoming.GetArray(), static_cast<size_t>(n)),
-             state.connexions, o, std::span<double>(state.out.GetData(), static_cast<size_t>(n)));
+             state.connexions, o, std::span<double>(state.out.GetData(), static_cast<size_t>(n)), state.workspace);
     return state.out;
 }
 
