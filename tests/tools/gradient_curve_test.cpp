@@ -129,10 +129,15 @@ TEST_F(GradientCurveTest, TiesFactorsDisabledConnexionsAndReach) {
     Set(L"Max", CValue(4.0));
     w = Weights();
     for (int i = 0; i <= 10; ++i) EXPECT_NEAR(w[size_t(i)], 4.0 - i / 5.0, 1e-12) << i;
-    // Out of reach (more than 1000 away): the weights stay as the map held them.
+    // Out of reach (more than 1000 away): the weights stay as the map held them below the operator.
     Set(L"OpWeightPostProcess", CValue(LONG(0)));
+    CDoubleArray held(ClusterProperty(host.Find(kMap)).GetElements().GetCount());
+    for (LONG i = 0; i < held.GetCount(); ++i) held[i] = 0.25;
+    ClusterProperty(host.Find(kMap)).GetElements().PutArray(held);
     Move(host.Find(L"b"), 0, 2000, 0);
-    for (double v : Weights()) EXPECT_EQ(v, 0.0);
+    for (double v : Weights()) EXPECT_EQ(v, 0.25);
+    Move(host.Find(L"b"), 0, 999, 0);  // within reach again
+    EXPECT_NEAR(Weights()[4], 0.6, 1e-12);
 }
 
 TEST_F(GradientCurveTest, RemovingConnexionsFromThePage) {
