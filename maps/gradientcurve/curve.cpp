@@ -135,9 +135,9 @@ double SegmentSquaredDistance(const Vec3& p, const Vec3& a, const Vec3& b) {
 }
 }  // namespace
 
-double Curve::Span::Bound(const Vec3& p) const {
+double Curve::Span::Bound(const Vec3& p, double beat) const {
     const double gap = box.SquaredGap(p);
-    if (radius < 0.0) return gap;
+    if (radius < 0.0 || gap > beat) return gap;
     // Shrunk a hair further: the segment distance has its own rounding.
     const double d = std::sqrt(SegmentSquaredDistance(p, chord0, chord1)) * (1.0 - 1e-12) - radius;
     return d > 0.0 ? std::max(gap, d * d) : gap;
@@ -348,7 +348,7 @@ bool Curve::Closest(const Vec3& p, double beat, ClosestPoint& out) const {
     bool found = false;
     for (const Span& s : m_spans) {
         // A span whose box is farther than the best point so far cannot hold a nearer one.
-        if (s.Bound(p) > best) continue;
+        if (s.Bound(p, best) > best) continue;
         double t = 0.0;
         if (ClosestOnSpan(s, p, best, t)) {
             found = true;
@@ -365,7 +365,7 @@ bool Curve::ClosestNearestFirst(const Vec3& p, double beat, ClosestPoint& out) c
     std::array<std::pair<double, size_t>, kMaxSorted> order;
     double nearest = std::numeric_limits<double>::infinity();
     for (size_t i = 0; i < m_spans.size(); ++i) {
-        order[i] = {m_spans[i].Bound(p), i};
+        order[i] = {m_spans[i].Bound(p, beat), i};
         nearest = std::min(nearest, order[i].first);
     }
     if (nearest > beat) return false;  // no span can beat it

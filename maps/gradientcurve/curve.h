@@ -65,8 +65,9 @@ private:
         // (every Bezier point does, so their hull does); radius < 0 when not known.
         Vec3 chord0{0, 0, 0}, chord1{0, 0, 0};
         double radius = -1.0;
-        // Never above the squared distance from p to any point of the span.
-        double Bound(const Vec3& p) const;
+        // Never above the squared distance from p to any point of the span; the finer bound
+        // is worked out only when the box alone does not already lie beyond `beat`.
+        double Bound(const Vec3& p, double beat) const;
     };
     std::vector<Span> m_spans;
     Box m_box;
