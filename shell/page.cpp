@@ -7,6 +7,7 @@
 #include "shell/numbers.h"
 #include "xsi_application.h"
 #include "xsi_operator.h"
+#include "xsi_port.h"
 #include "xsi_parameter.h"
 #include "xsi_ppgeventcontext.h"
 
@@ -108,6 +109,28 @@ void AddConnexionGroup(XSI::PPGLayout& layout, const CString& label, LONG k) {
     layout.AddItem(L"WeightMap_" + n, L"WeightMap");
     layout.AddItem(L"Factor_" + n, L"Factor");
     layout.EndGroup();
+}
+
+void AddConnexionsTab(XSI::PPGLayout& layout) {
+    layout.AddTab(L"Connexions");
+    layout.AddRow();
+    layout.AddButton(L"Connect", L"Add Connexion");
+    layout.AddButton(L"RemoveAll", L"Remove All Connexion");
+    layout.EndRow();
+}
+
+void AddConnexionGroups(XSI::PPGLayout& layout, XSI::CustomProperty& property, LONG group, const ParamRow& enabledRow,
+                        const ParamRow& factorRow, const wchar_t* missingOperator) {
+    XSI::CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
+    if (!op.IsValid()) {
+        LogError(missingOperator);
+        return;
+    }
+    const LONG count = XSI::Operator(op).GetNumInstancesInGroup(group);
+    for (LONG k = 0; k < count; ++k) {
+        EnsureConnexionPair(property, k, enabledRow, factorRow);
+        AddConnexionGroup(layout, XSI::Operator(op).GetPortAt(0, group, k).GetTarget().GetAsText(), k);
+    }
 }
 
 bool RemoveButtonIndex(const CString& button, RemoveButtonRule rule, LONG& k) {

@@ -45,6 +45,16 @@ void EnsureConnexionPair(XSI::CustomProperty& property, LONG k, const ParamRow& 
 // the items "WeightMap_" + k and "Factor_" + k, under `label`.
 void AddConnexionGroup(XSI::PPGLayout& layout, const XSI::CString& label, LONG k);
 
+// The "Connexions" tab's start: the tab, then a row of "Add Connexion" (`Connect`) and
+// "Remove All Connexion" (`RemoveAll`).
+void AddConnexionsTab(XSI::PPGLayout& layout);
+
+// One group per connexion of the property's operator (in `group`), labelled with what is
+// connected there, each connexion's pair added first when the property lacks it. When the
+// operator is gone, logs the error `missingOperator` and adds nothing.
+void AddConnexionGroups(XSI::PPGLayout& layout, XSI::CustomProperty& property, LONG group, const ParamRow& enabledRow,
+                        const ParamRow& factorRow, const wchar_t* missingOperator);
+
 // How a tool's "Remove_" buttons name their connexion.
 enum class RemoveButtonRule {
     NumberAfterPrefix,  // "Remove_" then the decimal number of the connexion

@@ -195,6 +195,8 @@ enum siConstructionMode {
     siConstructionModeSecondaryShape = 3,
     siConstructionModeDefault = 4
 };
+// Forms of a NURBS description: the host's own, or the full (IGES) knot vector and control points.
+enum siNurbsFormat { siSINurbs = 0, siIGESNurbs = 1 };
 enum siOperationMode { siPersistentOperation = 0, siImmediateOperation = 1 };
 enum siInspectMode { siRecycle = 1, siFollow = 2, siLock = 3, siModal = 4, siLockAndForceNew = 5 };
 enum siPortType { siPortInput = 0, siPortOutput = 1 };

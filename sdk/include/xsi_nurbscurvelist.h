@@ -1,7 +1,10 @@
 // NURBS curve lists.
 #pragma once
 
+#include "xsi_boolarray.h"
+#include "xsi_doublearray.h"
 #include "xsi_geometry.h"
+#include "xsi_longarray.h"
 #include "xsi_nurbscurve.h"
 
 namespace XSI {
@@ -22,6 +25,12 @@ public:
                                     double& out_u, MATH::CVector3& out_pos) const;
     CStatus GetLength(double& out_length) const;
     CStatus GetClosed(bool& out_closed) const;
+    // Every curve's description, curve after curve: control points as x, y, z, w (four
+    // values each), knots, and per curve the counts of both, closedness, degree and knot
+    // parameterisation. The stand-in gives the siIGESNurbs form only.
+    CStatus Get(siNurbsFormat in_format, CDoubleArray& out_controlPoints, CLongArray& out_numControlPoints,
+                CDoubleArray& out_knots, CLongArray& out_numKnots, CBoolArray& out_closed, CLongArray& out_degree,
+                CLongArray& out_parameterization) const;
 };
 
 }  // namespace XSI

@@ -53,6 +53,10 @@ public:
     double UMin() const { return m_knots[static_cast<size_t>(m_degree)]; }
     double UMax() const { return m_knots[m_knots.size() - 1 - static_cast<size_t>(m_degree)]; }
     const std::vector<Vec3>& ControlPoints() const { return m_userPoints; }
+    // The full description: every knot, and the control points as (x*w, y*w, z*w, w) with a
+    // closed curve's periodic copies.
+    const std::vector<double>& Knots() const { return m_knots; }
+    const std::vector<std::array<double, 4>>& HomogeneousPoints() const { return m_points; }
 
     Vec3 Evaluate(double u) const;
     Vec3 Derivative(double u) const;  // first derivative with respect to u

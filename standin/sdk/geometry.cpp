@@ -664,6 +664,35 @@ CStatus NurbsCurveList::GetClosestCurvePosition(MATH::CVector3& in_pos, LONG& ou
     return CStatus::OK;
 }
 
+CStatus NurbsCurveList::Get(siNurbsFormat format, CDoubleArray& points, CLongArray& pointCounts, CDoubleArray& knots,
+                            CLongArray& knotCounts, CBoolArray& closed, CLongArray& degrees, CLongArray& parameterization) const {
+    auto* list = NodeOf<CurveListNode>(m_ref);
+    if (!list) return CStatus::InvalidArgument;
+    if (format != siIGESNurbs) return CStatus::NotImpl;
+    points.Clear();
+    pointCounts.Clear();
+    knots.Clear();
+    knotCounts.Clear();
+    closed.Clear();
+    degrees.Clear();
+    parameterization.Clear();
+    for (const nurbs::Curve& c : list->curves) {
+        for (const auto& h : c.HomogeneousPoints()) {
+            points.Add(h[0] / h[3]);
+            points.Add(h[1] / h[3]);
+            points.Add(h[2] / h[3]);
+            points.Add(h[3]);
+        }
+        pointCounts.Add(static_cast<LONG>(c.HomogeneousPoints().size()));
+        for (double k : c.Knots()) knots.Add(k);
+        knotCounts.Add(static_cast<LONG>(c.Knots().size()));
+        closed.Add(c.Closed());
+        degrees.Add(c.Degree());
+        parameterization.Add(1);  // uniform
+    }
+    return CStatus::OK;
+}
+
 CStatus NurbsCurveList::GetLength(double& out) const {
     auto* list = NodeOf<CurveListNode>(m_ref);
     if (!list) return CStatus::InvalidArgument;

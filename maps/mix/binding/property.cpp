@@ -29,22 +29,9 @@ void BuildLayout(CustomProperty& property) {
     layout.AddItem(L"RangeMax", L"Max");
     layout.EndGroup();
 
-    layout.AddTab(L"Connexions");
-    layout.AddRow();
-    layout.AddButton(L"Connect", L"Add Connexion");
-    layout.AddButton(L"RemoveAll", L"Remove All Connexion");
-    layout.EndRow();
-    CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
-    if (!op.IsValid()) {
-        LogError(L"Operator zrWeightMapMixer not found!");
-        return;
-    }
-    const LONG group = ThisTool().connexionGroup;
-    const LONG count = Operator(op).GetNumInstancesInGroup(group);
-    for (LONG k = 0; k < count; ++k) {
-        EnsureConnexionPair(property, k, kEnabledRow, kPageFactorRow);
-        AddConnexionGroup(layout, Operator(op).GetPortAt(0, group, k).GetTarget().GetAsText(), k);
-    }
+    AddConnexionsTab(layout);
+    AddConnexionGroups(layout, property, ThisTool().connexionGroup, kEnabledRow, kPageFactorRow,
+                       L"Operator zrWeightMapMixer not found!");
 }
 
 }  // namespace orbelin::mix
