@@ -219,6 +219,11 @@ CRef NewGeometryObject(Host& host, const std::wstring& name, const CRef& parent,
 }
 }  // namespace
 
+CRef Host::CreateGeometryObject(const std::wstring& name, const wchar_t* type, Ptr<GeometryNode> geometry,
+                                const CRef& parent) {
+    return NewGeometryObject(*this, name, parent, type, std::move(geometry));
+}
+
 CRef Host::CreatePolyMesh(const std::wstring& name, mesh::PolyMesh m, const CRef& parent) {
     return NewGeometryObject(*this, name, parent, L"polymsh", Make<PolyMeshNode>(std::move(m)));
 }

@@ -268,6 +268,12 @@ MATH::CVector3Array CPointRefArray::GetPositionArray() const {
         MATH::CVector3Array out(count);
         auto* g = owner.IsValid() ? dynamic_cast<GeometryNode*>(owner.GetHostObject()) : nullptr;
         if (!g) return out;
+        if (auto* hair = dynamic_cast<HairGeometryNode*>(g)) {
+            const std::vector<double>& pos = hair->Positions();
+            const size_t n = std::min(pos.size() / 3, static_cast<size_t>(count));
+            for (size_t i = 0; i < n; ++i) out[static_cast<LONG>(i)].Set(pos[3 * i], pos[3 * i + 1], pos[3 * i + 2]);
+            return out;
+        }
         if (auto* m = dynamic_cast<PolyMeshNode*>(g)) {
             auto pos = m->mesh.Positions();
             MATH::CVector3* to = out.GetData();
@@ -294,6 +300,22 @@ MATH::CVector3Array CPointRefArray::GetPositionArray() const {
 
 CStatus CPointRefArray::PutPositionArray(const MATH::CVector3Array& positions) {
     if (positions.GetCount() != GetCount()) return CStatus::InvalidArgument;
+    CRef owner;
+    LONG cls = 0, count = 0;
+    if (GetRun(owner, cls, count))
+        if (auto* hair = owner.IsValid() ? dynamic_cast<HairGeometryNode*>(owner.GetHostObject()) : nullptr) {
+            // A hair's points, all of them: the output of the operator being updated on it.
+            if (count != hair->PointCount()) return CStatus::InvalidArgument;
+            std::vector<double>& to = WritableValues(*hair);
+            to.resize(static_cast<size_t>(count) * 3);
+            for (LONG i = 0; i < count; ++i) {
+                const MATH::CVector3& v = positions[i];
+                to[3 * static_cast<size_t>(i)] = v.GetX();
+                to[3 * static_cast<size_t>(i) + 1] = v.GetY();
+                to[3 * static_cast<size_t>(i) + 2] = v.GetZ();
+            }
+            return CStatus::OK;
+        }
     std::vector<int32_t> idx;
     PolyMeshNode* m = SharedMesh(*this, idx);
     if (!m) return CStatus::InvalidArgument;

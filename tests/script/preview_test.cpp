@@ -168,7 +168,7 @@ TEST_F(PreviewTest, ClearErrors) {
         {"RenderPreview('a.png', {weightmap = 'g.polymsh.cls.part.Nope'})", "object not found: 'g.polymsh.cls.part.Nope'"},
         {"RenderPreview('a.png', {weightmap = 'g'})", "'g' is not a weight map"},
         {"RenderPreview('a.png', {objects = {'g', 'ghost'}})", "object not found: 'ghost'"},
-        {"RenderPreview('a.png', {objects = {'n'}})", "'n' is not a polygon mesh, curve or surface object"},
+        {"RenderPreview('a.png', {objects = {'n'}})", "'n' is not a polygon mesh, curve, surface or hair object"},
         {"RenderPreview('a.png', {wieghtmap = 'g'})", "unknown option 'wieghtmap'"},
         {"RenderPreview('a.png', {width = 'wide'})", "option 'width' must be a whole number"},
         {"RenderPreview('a.png', {camera = {eye = {0, 1}, target = {0, 0, 0}}})", "option 'camera.eye' must be a table of numbers"},
