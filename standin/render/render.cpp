@@ -681,7 +681,12 @@ Image Render(const Scene& scene, const RenderOptions& options) {
             if (!d.polylineValues.empty()) {
                 const double v = d.polylineValues[l];
                 const double t = std::clamp((v - range.min) * invRange, 0.0, 1.0);
-                colour = std::isnan(v) ? kNoValueLine : options.colourMap == ColourMap::Diverging ? Diverging(t) : Viridis(t);
+                // Darker than the surface in the same colour, so that a strand stands out from
+                // the mesh it grows on.
+                const Rgb c = options.colourMap == ColourMap::Diverging ? Diverging(t) : Viridis(t);
+                colour = std::isnan(v) ? kNoValueLine
+                                       : Rgb{static_cast<uint8_t>(c.r * 3 / 5), static_cast<uint8_t>(c.g * 3 / 5),
+                                             static_cast<uint8_t>(c.b * 3 / 5)};
             }
             for (size_t j = 0; j + 1 < line.size(); ++j) {
                 if (!Finite(line[j]) || !Finite(line[j + 1])) continue;

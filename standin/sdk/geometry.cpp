@@ -331,6 +331,19 @@ CStatus CPointRefArray::PutPositionArray(const MATH::CVector3Array& positions) {
 }
 
 MATH::CVector3Array CPointRefArray::GetNormalArray() const {
+    CRef owner;
+    LONG cls = 0, count = 0;
+    if (GetRun(owner, cls, count)) {
+        // Every vertex of one mesh: copied straight from its normals.
+        MATH::CVector3Array out(count);
+        auto* m = owner.IsValid() ? dynamic_cast<PolyMeshNode*>(owner.GetHostObject()) : nullptr;
+        if (!m) return out;
+        auto normals = m->mesh.VertexNormals();
+        MATH::CVector3* to = out.GetData();
+        const size_t n = std::min(normals.size(), static_cast<size_t>(count));
+        for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(normals[i].x, normals[i].y, normals[i].z);
+        return out;
+    }
     MATH::CVector3Array out(GetCount());
     for (LONG i = 0; i < GetCount(); ++i) {
         PolyMeshNode* m = MeshOf((*this)[i]);
