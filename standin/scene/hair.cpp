@@ -168,4 +168,15 @@ bool HairGenOpNode::HostUpdate(const std::vector<double>&, std::vector<double>& 
     return true;
 }
 
+void HairGenOpNode::MarkDeleted() {
+    if (alive)
+        if (auto* hair = dynamic_cast<HairGeometryNode*>(StackOf(parent))) {
+            std::vector<double> last;
+            HostUpdate({}, last);
+            hair->values = std::move(last);
+            XSI::Host::Touch(hair);
+        }
+    OperatorNode::MarkDeleted();
+}
+
 }  // namespace standin

@@ -38,6 +38,8 @@ struct HairGenOpNode : OperatorNode {
     std::vector<double> strays;  // x, y, z per strand, added to the normal
     double length = 1.0;
     bool HostUpdate(const std::vector<double>& below, std::vector<double>& out) override;
+    // Deleted, it leaves the hair the strands it last laid out, as its stored points.
+    void MarkDeleted() override;
 };
 
 }  // namespace standin

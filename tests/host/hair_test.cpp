@@ -147,3 +147,18 @@ TEST_F(HairTest, AnEmitterDeletedLeavesTheStrandsAtTheOriginAndNothingDangling) 
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(HairTest, AGeneratorDeletedLeavesTheStrandsWhereTheyWere) {
+    CRef grid = Grid();
+    CRef hair = standin::CreateHair(host, grid, L"Fur", CRef(), {1.0, 0.1, 3});
+    MATH::CVector3Array before = Points(hair);
+    host.Delete(host.Find(L"Fur.hair.hairGenOp"));
+    EXPECT_FALSE(host.Find(L"Fur.hair.hairGenOp").IsValid());
+    MATH::CVector3Array after = Points(hair);
+    ASSERT_EQ(after.GetCount(), before.GetCount());
+    for (LONG i = 0; i < before.GetCount(); ++i) EXPECT_EQ(after[i].GetY(), before[i].GetY());
+}
+
+}  // namespace
