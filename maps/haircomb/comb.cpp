@@ -69,6 +69,7 @@ struct V3 {
 V3 operator+(V3 a, V3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
 V3 operator-(V3 a, V3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 V3 operator*(V3 a, double s) { return {a.x * s, a.y * s, a.z * s}; }
+V3 operator/(V3 a, double s) { return {a.x / s, a.y / s, a.z / s}; }
 V3 Cross(V3 a, V3 b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
 double Length(V3 a) { return std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z); }
 V3 At(std::span<const double> a, size_t i) { return {a[3 * i], a[3 * i + 1], a[3 * i + 2]}; }
@@ -95,11 +96,11 @@ bool CombStrand(const Emitter& e, int32_t root, std::span<const double> gradient
         if (g == smallest) down = down + At(e.positions, u), ++downs;
     }
     if (ups == 0 || downs == 0) return false;
-    const V3 d = up * (1.0 / static_cast<double>(ups)) - down * (1.0 / static_cast<double>(downs));
+    const V3 d = up / static_cast<double>(ups) - down / static_cast<double>(downs);
     const V3 n = At(e.normals, r), base = At(e.positions, r);
     V3 t = Cross(Cross(n, d), n);
     const double tl = Length(t);
-    if (tl != 0.0) t = t * (1.0 / tl);
+    if (tl != 0.0) t = t / tl;
 
     double combLen = 0.0, origLen = 0.0;
     V3 prev = base, last{0, 0, 0};

@@ -23,20 +23,26 @@ namespace orbelin::haircomb {
 namespace {
 
 // Kept between updates: the emitter's neighbour lists, built once per topology (a deformation
-// keeps them), and the buffers an update fills.
+// keeps them), the strands' roots, found again only when the topology, the strand count or the
+// polygon cluster changes, and the buffers an update fills.
 struct OperatorState {
     MeshTopology topology, read;
     PackedNeighbours neighbours;
     bool built = false;
+    std::vector<int32_t> roots;
+    bool rootsFound = false, rootsFromCluster = false;
+    CLongArray rootsCluster;
     MATH::CVector3Array emitterPoints, normals, strands;
     std::vector<double> gradient;
 };
 
+// The neighbour lists of the topology just read; the roots are found again after a change.
 const PackedNeighbours& Neighbours(OperatorState& state) {
     if (!state.built || !(state.read == state.topology)) {
         std::swap(state.topology, state.read);
         EdgeNeighbours(state.topology, state.neighbours);
         state.built = true;
+        state.rootsFound = false;
     }
     return state.neighbours;
 }
@@ -72,24 +78,32 @@ CStatus Update(OperatorState& state, UpdateContext& ctxt, OutputPort& output) {
     Cluster polygons(op.GetPortAt(0, kEmitterClusterGroup, 0).GetTarget());
     if (strandCount != vCount && !polygons.IsValid()) LogError(L"Sorry, unable to retrieve the Hair Polygon Cluster!");
     const CLongArray clusterPolygons = polygons.IsValid() ? polygons.GetElements().GetArray() : CLongArray();
-    const std::vector<int32_t> roots =
-        StrandRoots(strandCount, vCount, Span(state.read.polygons), polygons.IsValid(), Span(clusterPolygons));
+    const PackedNeighbours& n = Neighbours(state);
+    if (!state.rootsFound || state.roots.size() != strandCount || state.rootsFromCluster != polygons.IsValid() ||
+        !(state.rootsCluster == clusterPolygons)) {
+        state.roots = StrandRoots(strandCount, vCount, Span(state.topology.polygons), polygons.IsValid(), Span(clusterPolygons));
+        state.rootsFound = true;
+        state.rootsFromCluster = polygons.IsValid();
+        state.rootsCluster = clusterPolygons;
+    }
 
-    state.gradient.resize(vCount);
-    Cluster mapCluster(op.GetPortAt(1, kMapGroup, 0).GetTarget());
+    // One weight per vertex is read as it is; any other count goes through the map's cluster.
     const size_t wCount = static_cast<size_t>(weights.GetCount());
-    CLongArray elements;
+    std::span<const double> gradient(weights.GetArray(), wCount);
     if (wCount != vCount) {
+        Cluster mapCluster(op.GetPortAt(1, kMapGroup, 0).GetTarget());
+        CLongArray elements;
         if (mapCluster.IsValid()) elements = mapCluster.GetElements().GetArray();
         else LogError(L"Sorry, unable to retrieve the Gradient Weightmap Cluster!");
+        state.gradient.resize(vCount);
+        GradientPerVertex(vCount, gradient, Span(elements), state.gradient);
+        gradient = state.gradient;
     }
-    GradientPerVertex(vCount, {weights.GetArray(), wCount}, Span(elements), state.gradient);
 
-    const PackedNeighbours& n = Neighbours(state);
     const Emitter view{vCount, {state.emitterPoints.GetArray(), 3 * vCount}, {state.normals.GetArray(), 3 * vCount},
                        n.offsets, n.indices};
     // Combed in place: the array's vectors are three packed doubles, as its GetArray shows them.
-    Comb(view, roots, state.gradient, options,
+    Comb(view, state.roots, gradient, options,
          {reinterpret_cast<double*>(state.strands.GetData()), 3 * static_cast<size_t>(state.strands.GetCount())});
     hairPoints.PutPositionArray(state.strands);
     return CStatus::OK;
