@@ -88,7 +88,7 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
 }
 
 // The examples the demo runs, in order; each writes into its own folder under the output folder.
-constexpr const char* kDemoExamples[] = {"proximity", "mix", "smooth", "expression", "cache", "tension"};
+constexpr const char* kDemoExamples[] = {"proximity", "mix", "smooth", "expression", "cache", "tension", "haircomb"};
 
 // Where an example is: beside the command (<prefix>/share/orbelin/examples), else in the source
 // tree the command was built from.

@@ -408,4 +408,33 @@ TEST(TensionExample, ShowsStretchAndSquash) {
     fs::remove_all(dir);
 }
 
+// The Hair Comb example: every picture written, and the fur combed away from the parting in
+// the middle, where the gradient starts.
+TEST(HairCombExample, CombsTheFurAwayFromTheParting) {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_haircomb_example_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    standin::Host host(fs::temp_directory_path());
+    host.GetLog().SetEcho(false);
+    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+    std::ostringstream err;
+    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "haircomb.lua", err, {{"OUTPUT_DIR", (dir / "results").string()}}), 0)
+        << err.str();
+    const fs::path out = dir / "results" / "haircomb";
+    for (const char* file : {"grown.png", "combed.png", "combed_low.png", "combed_narrow.png", "combed_arch.png"})
+        EXPECT_TRUE(fs::exists(out / file)) << file;
+    // Each strand's tip lies well farther from the middle than its first point (the arch of the
+    // last Shape brings it back to the skin about 0.7 away; as grown, on the hill's slope,
+    // less than 0.3), but for the few on the parting itself.
+    XSI::MATH::CVector3Array pts =
+        XSI::X3DObject(host.Find(L"Fur")).GetActivePrimitive().GetGeometry().GetPoints().GetPositionArray();
+    ASSERT_GT(pts.GetCount(), 14 * 200);
+    LONG outward = 0;
+    for (LONG s = 0; s < pts.GetCount() / 14; ++s) {
+        const XSI::MATH::CVector3 &first = pts[14 * s], &tip = pts[14 * s + 13];
+        outward += std::hypot(tip.GetX(), tip.GetZ()) > std::hypot(first.GetX(), first.GetZ()) + 0.4;
+    }
+    EXPECT_GT(outward, pts.GetCount() / 14 - 5);
+    fs::remove_all(dir);
+}
+
 }  // namespace
