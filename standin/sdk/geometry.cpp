@@ -227,6 +227,13 @@ CStatus PolygonMesh::Get(MATH::CVector3Array& out_vertices, CLongArray& out_poly
 XSI_WRAPPER(Point, siPointID)
 XSI_WRAPPER(Vertex, siVertexID)
 
+// A mesh's vectors into an array sized for them (as many as both hold).
+static void CopyVectors(std::span<const mesh::Vec3> from, MATH::CVector3Array& out) {
+    MATH::CVector3* to = out.GetData();
+    const size_t n = std::min(from.size(), static_cast<size_t>(out.GetCount()));
+    for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(from[i].x, from[i].y, from[i].z);
+}
+
 LONG Point::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
 
 MATH::CVector3 Point::GetPosition() const {
@@ -275,10 +282,7 @@ MATH::CVector3Array CPointRefArray::GetPositionArray() const {
             return out;
         }
         if (auto* m = dynamic_cast<PolyMeshNode*>(g)) {
-            auto pos = m->mesh.Positions();
-            MATH::CVector3* to = out.GetData();
-            const size_t n = std::min(pos.size(), static_cast<size_t>(count));
-            for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(pos[i].x, pos[i].y, pos[i].z);
+            CopyVectors(m->mesh.Positions(), out);
             return out;
         }
         for (LONG i = 0; i < count; ++i) {
@@ -337,11 +341,7 @@ MATH::CVector3Array CPointRefArray::GetNormalArray() const {
         // Every vertex of one mesh: copied straight from its normals.
         MATH::CVector3Array out(count);
         auto* m = owner.IsValid() ? dynamic_cast<PolyMeshNode*>(owner.GetHostObject()) : nullptr;
-        if (!m) return out;
-        auto normals = m->mesh.VertexNormals();
-        MATH::CVector3* to = out.GetData();
-        const size_t n = std::min(normals.size(), static_cast<size_t>(count));
-        for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(normals[i].x, normals[i].y, normals[i].z);
+        if (m) CopyVectors(m->mesh.VertexNormals(), out);
         return out;
     }
     MATH::CVector3Array out(GetCount());

@@ -383,18 +383,33 @@ TEST(CacheExample, WritesItsFilesAndReplaysThem) {
     fs::remove_all(dir);
 }
 
+// One of the demo's examples run in a host of its own with the plug-in loaded, its results in a
+// folder of this process, removed afterwards.
+struct ExampleRun : ::testing::Test {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_example_" + std::to_string(::getpid()));
+    standin::Host host{fs::temp_directory_path()};
+    ExampleRun() {
+        fs::remove_all(dir);
+        host.GetLog().SetEcho(false);
+    }
+    ~ExampleRun() override { fs::remove_all(dir); }
+    // Runs examples/<name>.lua; the folder it wrote into.
+    fs::path Run(const std::string& name) {
+        EXPECT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+        std::ostringstream err;
+        EXPECT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / (name + ".lua"), err,
+                                     {{"OUTPUT_DIR", (dir / "results").string()}}),
+                  0)
+            << err.str();
+        return dir / "results" / name;
+    }
+};
+
 // The Tension example: the bent tube is squashed on its inner side and stretched on its outer
 // side; the ball stretched upwards is squashed around its poles.
-TEST(TensionExample, ShowsStretchAndSquash) {
-    fs::path dir = fs::temp_directory_path() / ("orbelin_tension_example_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    standin::Host host(fs::temp_directory_path());
-    host.GetLog().SetEcho(false);
-    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
-    std::ostringstream err;
-    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "tension.lua", err, {{"OUTPUT_DIR", (dir / "results").string()}}), 0)
-        << err.str();
-    const fs::path out = dir / "results" / "tension";
+using TensionExample = ExampleRun;
+TEST_F(TensionExample, ShowsStretchAndSquash) {
+    const fs::path out = Run("tension");
     for (const char* file : {"tube_frame10.png", "tube_frame20.png", "ball_frame10.png", "ball_frame20.png"})
         EXPECT_TRUE(fs::exists(out / file)) << file;
     for (const char* file : {"tube_frame20.csv", "ball_frame10.csv"}) {
@@ -405,21 +420,13 @@ TEST(TensionExample, ShowsStretchAndSquash) {
         EXPECT_GE(*std::min_element(w.begin(), w.end()), -1.0) << file;
         EXPECT_LE(*std::max_element(w.begin(), w.end()), 1.0) << file;
     }
-    fs::remove_all(dir);
 }
 
 // The Hair Comb example: every picture written, and the fur combed away from the parting in
 // the middle, where the gradient starts.
-TEST(HairCombExample, CombsTheFurAwayFromTheParting) {
-    fs::path dir = fs::temp_directory_path() / ("orbelin_haircomb_example_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    standin::Host host(fs::temp_directory_path());
-    host.GetLog().SetEcho(false);
-    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
-    std::ostringstream err;
-    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "haircomb.lua", err, {{"OUTPUT_DIR", (dir / "results").string()}}), 0)
-        << err.str();
-    const fs::path out = dir / "results" / "haircomb";
+using HairCombExample = ExampleRun;
+TEST_F(HairCombExample, CombsTheFurAwayFromTheParting) {
+    const fs::path out = Run("haircomb");
     for (const char* file : {"grown.png", "combed.png", "combed_low.png", "combed_narrow.png", "combed_arch.png"})
         EXPECT_TRUE(fs::exists(out / file)) << file;
     // Each strand's tip lies well farther from the middle than its first point (the arch of the
@@ -434,7 +441,6 @@ TEST(HairCombExample, CombsTheFurAwayFromTheParting) {
         outward += std::hypot(tip.GetX(), tip.GetZ()) > std::hypot(first.GetX(), first.GetZ()) + 0.4;
     }
     EXPECT_GT(outward, pts.GetCount() / 14 - 5);
-    fs::remove_all(dir);
 }
 
 }  // namespace
