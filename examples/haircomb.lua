@@ -42,6 +42,7 @@ local function GradientMap(object)
   return map
 end
 local gradient = GradientMap(floor)
+WriteWeightsCSV(gradient, out .. "/gradient.csv")
 -- -------------------------------------------------------------------------------------------
 
 local camera = {eye = {6, 10, 13}, target = {0, 1, 0}, fov = 36}
