@@ -88,8 +88,8 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
 }
 
 // The examples the demo runs, in order; each writes into its own folder under the output folder.
-constexpr const char* kDemoExamples[] = {"proximity", "mix", "smooth", "expression", "cache", "tension", "gradient",
-                                         "clusters", "gradient_curve"};
+constexpr const char* kDemoExamples[] = {"proximity", "mix",      "smooth",         "expression", "cache",
+                                         "tension",   "gradient", "clusters",       "gradient_curve", "haircomb"};
 
 // Where an example is: beside the command (<prefix>/share/orbelin/examples), else in the source
 // tree the command was built from.

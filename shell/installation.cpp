@@ -137,7 +137,9 @@ XSI::CustomProperty PropertyArgument(const CValueArray& args, const LiveTool& to
     return prop.IsValid() && prop.GetType() == ToolPropertyType(tool.word) ? prop : XSI::CustomProperty();
 }
 
-CValueArray Arguments(CRef& context) {
+}  // namespace
+
+CValueArray Arguments(const CRef& context) {
     XSI::Context ctxt(context);
     CValue args = ctxt.GetAttribute(L"Arguments");
     if (args.m_t != CValue::siArray) return CValueArray();
@@ -145,7 +147,16 @@ CValueArray Arguments(CRef& context) {
     return a;
 }
 
-}  // namespace
+void InspectProperty(const XSI::CString& fullName) {
+    CValueArray args(5);
+    args[0] = CValue(fullName);
+    args[1] = CValue(L"");
+    args[2] = CValue(L"");
+    args[3] = CValue(LONG(1));
+    args[4] = CValue(true);
+    CValue ignored;
+    XSI::Application().ExecuteCommand(L"InspectObj", args, ignored);
+}
 
 bool ConnexionIndex(const CValue& value, LONG& index) {
     constexpr LLONG lo = std::numeric_limits<LONG>::min(), hi = std::numeric_limits<LONG>::max();
@@ -259,14 +270,7 @@ CStatus ApplyToolCommand(const LiveTool& tool, Installer install) {
         property.PutParameterValue(L"OperatorFullPath", CValue(XSI::SIObject(map).GetFullName() + L"." + tool.op));
         if (install) install(map, property);
         else ApplyOperator(tool.op, ObjectConnectionSet(map, property));
-        CValueArray args(5);
-        args[0] = CValue(property.GetFullName());
-        args[1] = CValue(L"");
-        args[2] = CValue(L"");
-        args[3] = CValue(LONG(1));
-        args[4] = CValue(true);
-        CValue ignored;
-        XSI::Application().ExecuteCommand(L"InspectObj", args, ignored);
+        InspectProperty(property.GetFullName());
     }
     LogDone();
     return CStatus::OK;

@@ -62,6 +62,10 @@ XSI::CustomProperty CreateToolProperty(const XSI::CRef& weightMap, const XSI::CS
 // The custom operator at `path`, or an invalid reference.
 XSI::CRef FindOperator(const XSI::CString& path);
 XSI::CStatus ConnectToGroup(const XSI::CRef& op, LONG group, const XSI::CRef& object);
+// What a command was given: the context attribute "Arguments" as an array (empty otherwise).
+XSI::CValueArray Arguments(const XSI::CRef& context);
+// Opens a property's page (InspectObj, inspect mode 1).
+void InspectProperty(const XSI::CString& fullName);
 XSI::CStatus DisconnectGroup(const XSI::CRef& op, LONG group, LONG instance);
 
 // Connects one object to the operator at `operatorPath` (its connexion group), logging the

@@ -25,6 +25,7 @@ constexpr int kSubBits = 4;  // vertices snap to 1/16 of a sample: exact edge te
 constexpr int kSub = 1 << kSubBits;
 constexpr Rgb kGrey{208, 208, 208};
 constexpr Rgb kCurve{55, 55, 60};
+constexpr Rgb kNoValueLine{140, 140, 146};
 constexpr Rgb kInk{35, 35, 42};
 constexpr Rgb kBackgroundTop{248, 249, 251}, kBackgroundBottom{218, 222, 229};
 
@@ -419,6 +420,8 @@ void Validate(const Drawable& d, size_t index) {
     if (n > static_cast<size_t>(std::numeric_limits<int32_t>::max())) fail("too many positions");
     if (!d.values.empty() && d.values.size() != n)
         fail(std::to_string(d.values.size()) + " values for " + std::to_string(n) + " positions");
+    if (!d.polylineValues.empty() && d.polylineValues.size() != d.polylines.size())
+        fail(std::to_string(d.polylineValues.size()) + " values for " + std::to_string(d.polylines.size()) + " line strips");
     if (d.polyOffsets.empty()) {
         if (!d.polyVertices.empty()) fail("polygon corners without offsets");
         return;
@@ -437,9 +440,12 @@ ValueRange ChooseRange(const Scene& scene, const RenderOptions& options) {
         range = *options.valueRange;
     } else {
         double lo = std::numeric_limits<double>::infinity(), hi = -lo;
-        for (const Drawable& d : scene.drawables)
+        for (const Drawable& d : scene.drawables) {
             for (double v : d.values)
                 if (std::isfinite(v)) lo = std::min(lo, v), hi = std::max(hi, v);
+            for (double v : d.polylineValues)
+                if (std::isfinite(v)) lo = std::min(lo, v), hi = std::max(hi, v);
+        }
         if (lo > hi) return {0.0, 1.0};
         range = {lo, hi};
     }
@@ -587,7 +593,7 @@ Image Render(const Scene& scene, const RenderOptions& options) {
     bool hasValues = false;
     for (size_t i = 0; i < scene.drawables.size(); ++i) {
         Validate(scene.drawables[i], i);
-        hasValues = hasValues || !scene.drawables[i].values.empty();
+        hasValues = hasValues || !scene.drawables[i].values.empty() || !scene.drawables[i].polylineValues.empty();
     }
 
     const ValueRange range = ChooseRange(scene, options);
@@ -669,14 +675,26 @@ Image Render(const Scene& scene, const RenderOptions& options) {
         }
 
         const float lineWidth = 1.6f * static_cast<float>(ss) * static_cast<float>(layout.scale + 1) / 3.0f;
-        for (const auto& line : d.polylines) {
+        for (size_t l = 0; l < d.polylines.size(); ++l) {
+            const auto& line = d.polylines[l];
+            Rgb colour = kCurve;
+            if (!d.polylineValues.empty()) {
+                const double v = d.polylineValues[l];
+                const double t = std::clamp((v - range.min) * invRange, 0.0, 1.0);
+                // Darker than the surface in the same colour, so that a strand stands out from
+                // the mesh it grows on.
+                const Rgb c = options.colourMap == ColourMap::Diverging ? Diverging(t) : Viridis(t);
+                colour = std::isnan(v) ? kNoValueLine
+                                       : Rgb{static_cast<uint8_t>(c.r * 3 / 5), static_cast<uint8_t>(c.g * 3 / 5),
+                                             static_cast<uint8_t>(c.b * 3 / 5)};
+            }
             for (size_t j = 0; j + 1 < line.size(); ++j) {
                 if (!Finite(line[j]) || !Finite(line[j + 1])) continue;
                 ClipVertex a{view.ToCamera(line[j])}, b{view.ToCamera(line[j + 1])};
                 const uint8_t ca = Outcode(view, a.c), cb = Outcode(view, b.c);
                 if ((ca & cb) || ((ca | cb) & kInvalid)) continue;
                 if ((ca | cb) && !ClipSegment(view, a, b, static_cast<uint8_t>(ca | cb))) continue;
-                frame.Line(Project(view, a), Project(view, b), lineWidth, kCurve);
+                frame.Line(Project(view, a), Project(view, b), lineWidth, colour);
             }
         }
     }

@@ -53,6 +53,9 @@ struct Drawable {
     std::vector<double> values;
     // Line strips, each drawn through its points in order (repeat the first to close one).
     std::vector<std::vector<mesh::Vec3>> polylines;
+    // Empty: the lines are dark grey. Otherwise one per line strip, which takes the colour of
+    // that value (NaN: grey), as hair strands coloured by a map at their roots.
+    std::vector<double> polylineValues;
 };
 
 // A mesh as a drawable: its positions and polygons, with the given per-point values.

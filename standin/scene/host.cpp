@@ -1,6 +1,7 @@
 #include "scene/host.h"
 
 #include <dlfcn.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -96,6 +97,12 @@ Host::Host(std::filesystem::path projectDir) : m_impl(std::make_unique<Impl>()),
         std::abort();
     }
     g_current = this;
+    // The object model hands out arrays of millions of points by value at every update, and
+    // a fresh page of memory costs about 10 us on these machines: large blocks come from the
+    // heap and stay there when freed, so that the next update's array reuses touched memory
+    // instead of mapping fresh pages (the allocator would map anything above 32 MB anew).
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
     Impl& d = *m_impl;
     d.application = Make<ServiceNode>(XSI::siApplicationID, L"Application");
     d.selection = Make<ServiceNode>(XSI::siSelectionID, L"SelectionList");
@@ -218,6 +225,11 @@ CRef NewGeometryObject(Host& host, const std::wstring& name, const CRef& parent,
     return XSI::Host::RefOf(obj.get());
 }
 }  // namespace
+
+CRef Host::CreateGeometryObject(const std::wstring& name, const wchar_t* type, Ptr<GeometryNode> geometry,
+                                const CRef& parent) {
+    return NewGeometryObject(*this, name, parent, type, std::move(geometry));
+}
 
 CRef Host::CreatePolyMesh(const std::wstring& name, mesh::PolyMesh m, const CRef& parent) {
     return NewGeometryObject(*this, name, parent, L"polymsh", Make<PolyMeshNode>(std::move(m)));

@@ -37,6 +37,7 @@ using XSI::Host::Make;
 struct ModelNode;
 struct X3DNode;
 struct CustomPropertyNode;
+struct GeometryNode;
 struct ApplicationNode;
 struct SelectionNode;
 struct PluginNode;
@@ -101,6 +102,9 @@ public:
     CRef CreateCurveList(const std::wstring& name, std::vector<nurbs::Curve> curves, const CRef& parent = CRef());
     CRef CreateSurfaceMesh(const std::wstring& name, std::vector<nurbs::Surface> surfaces, const CRef& parent = CRef());
     CRef CreateNull(const std::wstring& name, const CRef& parent = CRef());
+    // An object whose primitive (of type `type`) holds `geometry` (hair: scene/hair.h).
+    CRef CreateGeometryObject(const std::wstring& name, const wchar_t* type, Ptr<GeometryNode> geometry,
+                              const CRef& parent = CRef());
     CRef CreateModel(const std::wstring& name, const CRef& parent = CRef());
 
     // Animation: a mesh's point positions, and an object's local transform, set for good or

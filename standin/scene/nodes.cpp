@@ -250,6 +250,9 @@ std::wstring SurfaceMeshNode::ComponentText(LONG, LLONG index) const {
 void PrimitiveNode::Children(std::vector<Object*>& out) const {
     ProjectItemNode::Children(out);
     for (const auto& c : clusters) out.push_back(c.get());
+    // The operators of its construction history (a hair's), named under the primitive.
+    if (auto* stack = dynamic_cast<OperatorStack*>(geometry.get()))
+        for (const auto& op : stack->operators) out.push_back(op.get());
 }
 
 void PrimitiveNode::MarkDeleted() {

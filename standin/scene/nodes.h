@@ -69,6 +69,26 @@ struct ProjectItemNode : Object {
     void Children(std::vector<Object*>& out) const override;
 };
 
+// What operators write, in evaluation order (OperatorNode, see operators.h): a weight map's
+// values, or a hair geometry's point positions (x, y, z per point). `values` is what is stored
+// below every operator.
+struct OperatorStack {
+    std::vector<double> values;
+    std::vector<Ptr<ProjectItemNode>> operators;
+    mutable NameIndex operatorNames;
+
+    virtual ~OperatorStack() = default;
+    // The node whose change stamp stands for the stored values.
+    virtual Object& StackObject() = 0;
+    // Whether a port target is what this stack writes (an operator reading it reads the
+    // value below itself, which is no input of its own).
+    virtual bool IsWritten(const Object* target) const = 0;
+};
+
+// The stack an operator whose parent is `parent` belongs to: the weight map itself, or the
+// hair geometry of a primitive.
+OperatorStack* StackOf(Object* parent);
+
 // Anything that owns properties.
 struct SceneItemNode : ProjectItemNode {
     std::vector<Ptr<ProjectItemNode>> properties;
@@ -175,6 +195,25 @@ struct PolyMeshNode : GeometryNode {
     std::wstring ComponentText(LONG cls, LLONG index) const override;
 };
 
+// A hair object's geometry: strands of kHairStrandPoints points (strand i owns points
+// 14i .. 14i+13). Its points are what its operators write, the generator first.
+inline constexpr LONG kHairStrandPoints = 14;
+
+struct HairGeometryNode : GeometryNode, OperatorStack {
+    LONG strandCount = 0;
+    siClassID ClassID() const override { return XSI::siGeometryID; }
+    std::wstring TypeName() const override { return L"hair"; }
+    LONG PointCount() const override { return strandCount * kHairStrandPoints; }
+    LONG ComponentCount(const std::wstring& clusterType) const override { return clusterType == L"pnt" ? PointCount() : -1; }
+    mesh::Vec3 PointPosition(LLONG index) const override;
+    bool ComponentExists(LONG cls, LLONG index) const override;
+    std::wstring ComponentText(LONG cls, LLONG index) const override;
+    Object& StackObject() override { return *this; }
+    bool IsWritten(const Object* target) const override { return target == this || target == parent; }
+    // Every point's position with the operators evaluated (3 doubles a point).
+    const std::vector<double>& Positions() const;
+};
+
 struct PrimitiveNode : ProjectItemNode {
     std::wstring type;  // "polymsh", "crvlist", "surfmsh", "hair"
     siClassID cls = XSI::siPrimitiveID;
@@ -189,6 +228,16 @@ struct PrimitiveNode : ProjectItemNode {
     void MarkDeleted() override;
     X3DNode* Owner() const { return static_cast<X3DNode*>(parent); }
     std::wstring UniqueClusterName(const std::wstring& base) const;
+    // Automation: "ConstructionHistory", the operators stacked on the primitive's geometry.
+    XSI::CStatus Invoke(const std::wstring& member, LONG flags, const XSI::CValueArray& args, CValue& ret) override;
+};
+
+// A primitive's construction history as the automation bridge hands it out: Find(type) gives
+// the first operator of that type on the primitive's geometry.
+struct ConstructionHistoryNode : Object {
+    Ptr<PrimitiveNode> primitive;
+    siClassID ClassID() const override { return XSI::siConstructionHistoryID; }
+    XSI::CStatus Invoke(const std::wstring& member, LONG flags, const XSI::CValueArray& args, CValue& ret) override;
 };
 
 struct ClusterNode : SceneItemNode {
@@ -202,15 +251,13 @@ struct ClusterNode : SceneItemNode {
     PrimitiveNode* Primitive() const { return static_cast<PrimitiveNode*>(parent); }
 };
 
-struct ClusterPropertyNode : ProjectItemNode {
+struct ClusterPropertyNode : ProjectItemNode, OperatorStack {
     std::wstring type;  // "wtmap", "uvspace"
     LONG valueSize = 1;
-    std::vector<double> values;  // as stored, below any operator
-    // Operators writing this map, in evaluation order (OperatorNode, see operators.h).
-    std::vector<Ptr<ProjectItemNode>> operators;
-    mutable NameIndex operatorNames;
 
     void Children(std::vector<Object*>& out) const override;
+    Object& StackObject() override { return *this; }
+    bool IsWritten(const Object* target) const override { return target == this; }
 
     siClassID ClassID() const override { return XSI::siClusterPropertyID; }
     std::wstring TypeName() const override { return type; }

@@ -25,13 +25,13 @@ using UpdateFn = XSI::CStatus (*)(XSI::UpdateContext&, XSI::OutputPort&);
 
 // One operator being updated on one weight map, and the value below it.
 struct Evaluation {
-    ClusterPropertyNode* wm;
+    OperatorStack* wm;
     OperatorNode* op;
     const std::vector<double>* below;
 };
 std::vector<Evaluation> g_evaluating;
 
-const Evaluation* Current(const ClusterPropertyNode& wm) {
+const Evaluation* Current(const OperatorStack& wm) {
     for (auto it = g_evaluating.rbegin(); it != g_evaluating.rend(); ++it)
         if (it->wm == &wm) return &*it;
     return nullptr;
@@ -72,7 +72,15 @@ uint64_t TargetStamp(const CRef& target) {
         for (Object* x = state->Owner(); x; x = x->parent) s = std::max(s, x->changed);
         return s;
     }
-    if (auto* prim = dynamic_cast<PrimitiveNode*>(o)) return std::max(prim->changed, prim->geometry ? prim->geometry->changed : 0);
+    if (auto* prim = dynamic_cast<PrimitiveNode*>(o)) {
+        if (auto* stack = dynamic_cast<OperatorStack*>(prim->geometry.get())) {
+            EvaluatedValues(*stack);
+            uint64_t s = std::max(prim->changed, prim->geometry->changed);
+            for (const auto& op : stack->operators) s = std::max(s, static_cast<OperatorNode*>(op.get())->outputStamp);
+            return s;
+        }
+        return std::max(prim->changed, prim->geometry ? prim->geometry->changed : 0);
+    }
     uint64_t s = o->changed;
     if (auto* item = dynamic_cast<ProjectItemNode*>(o))
         for (const auto& p : item->params) s = std::max(s, p->changed);
@@ -100,9 +108,10 @@ void CallInitOrTerm(Host& host, OperatorNode& op, const std::wstring& symbol) {
     }
 }
 
-void RunUpdate(Host& host, ClusterPropertyNode& wm, OperatorNode& op, const std::vector<double>& below) {
+void RunUpdate(Host& host, OperatorStack& wm, OperatorNode& op, const std::vector<double>& below) {
     // An update that writes nothing lets the value below through.
     op.wrote = false;
+    if (op.HostUpdate(below, op.output)) return;
     auto fn = reinterpret_cast<UpdateFn>(host.FindCallback(op.preset.update));
     if (!fn) {
         host.HostError(L"Callback not found: " + op.preset.update);
@@ -169,7 +178,8 @@ CStatus CmdApplyOp(Host& host, CValueArray& args, CValue& ret) {
     auto op = Make<OperatorNode>();
     op->preset = preset;
     op->instances.resize(preset.groups.size());
-    ClusterPropertyNode* target = nullptr;
+    OperatorStack* target = nullptr;
+    Object* targetNode = nullptr;
     for (size_t g = 0; g < preset.groups.size(); ++g) {
         const GroupSpec& groupDef = preset.groups[g];
         std::vector<std::wstring> objects = g < groups.size() ? groups[g] : std::vector<std::wstring>{};
@@ -192,18 +202,23 @@ CStatus CmdApplyOp(Host& host, CValueArray& args, CValue& ret) {
                                    port.reads + L" of " + path);
                     return CStatus::InvalidArgument;
                 }
-                if (port.output) target = XSI::Host::As<ClusterPropertyNode>(t);
+                if (port.output) {
+                    // A weight map, or the primitive of a hair whose points the operator writes.
+                    targetNode = t.GetHostObject();
+                    target = dynamic_cast<ClusterPropertyNode*>(targetNode);
+                    if (auto* prim = dynamic_cast<PrimitiveNode*>(targetNode)) target = StackOf(prim);
+                }
                 targets.push_back(t);
             }
             op->instances[g].push_back(targets);
         }
     }
     if (!target) {
-        host.HostError(L"ApplyOp: " + presetName + L" must write a weight map");
+        host.HostError(L"ApplyOp: " + presetName + L" must write a weight map or a hair's points");
         return CStatus::InvalidArgument;
     }
     op->name = target->operatorNames.Unique(target->operators, preset.name);
-    op->parent = target;
+    op->parent = targetNode;
     for (const auto& [pname, type] : preset.parameters) {
         ParameterNode* p = op->AddParam(pname);
         p->type = type;
@@ -343,8 +358,8 @@ void OperatorNode::MarkDeleted() {
             alive = false;
         }
     }
-    if (auto* wm = dynamic_cast<ClusterPropertyNode*>(parent))
-        std::erase_if(wm->operators, [this](const Ptr<ProjectItemNode>& o) { return o.get() == this; });
+    if (OperatorStack* stack = StackOf(parent))
+        std::erase_if(stack->operators, [this](const Ptr<ProjectItemNode>& o) { return o.get() == this; });
 }
 
 siClassID PortNode::ClassID() const {
@@ -365,11 +380,11 @@ CRef PortNode::Target() const {
     return inst[static_cast<size_t>(instance)][static_cast<size_t>(port)];
 }
 
-const std::vector<double>& EvaluatedValues(ClusterPropertyNode& wm) {
+const std::vector<double>& EvaluatedValues(OperatorStack& wm) {
     if (const Evaluation* e = Current(wm)) return *e->below;
     Host& host = Host::Current();
     const std::vector<double>* cur = &wm.values;
-    uint64_t curStamp = wm.changed;
+    uint64_t curStamp = wm.StackObject().changed;
     // A copy: an update may delete operators of this stack.
     std::vector<Ptr<OperatorNode>> ops;
     for (const auto& o : wm.operators) ops.emplace_back(static_cast<OperatorNode*>(o.get()));
@@ -379,7 +394,7 @@ const std::vector<double>& EvaluatedValues(ClusterPropertyNode& wm) {
         for (const auto& group : op->instances)
             for (const auto& inst : group)
                 for (const CRef& t : inst)
-                    if (t.GetHostObject() != &wm) inputs = std::max(inputs, TargetStamp(t));
+                    if (!wm.IsWritten(t.GetHostObject())) inputs = std::max(inputs, TargetStamp(t));
         if (!op->updated || inputs != op->lastInputs || op->lastFrame != host.Frame()) {
             RunUpdate(host, wm, *op, *cur);
             op->updated = true;
@@ -393,14 +408,20 @@ const std::vector<double>& EvaluatedValues(ClusterPropertyNode& wm) {
     return *cur;
 }
 
-std::vector<double>& WritableValues(ClusterPropertyNode& wm) {
+std::vector<double>& WritableValues(OperatorStack& wm) {
     for (auto it = g_evaluating.rbegin(); it != g_evaluating.rend(); ++it)
         if (it->wm == &wm) {
             it->op->wrote = true;
             return it->op->output;
         }
-    XSI::Host::Touch(&wm);
+    XSI::Host::Touch(&wm.StackObject());
     return wm.values;
+}
+
+OperatorStack* StackOf(Object* parent) {
+    if (auto* wm = dynamic_cast<ClusterPropertyNode*>(parent)) return wm;
+    if (auto* prim = dynamic_cast<PrimitiveNode*>(parent)) return dynamic_cast<OperatorStack*>(prim->geometry.get());
+    return nullptr;
 }
 
 void DropDeletedConnexions(Object& root) {

@@ -45,6 +45,7 @@ struct OperatorPreset {
 OperatorPreset LoadPreset(const std::filesystem::path& file);
 
 struct OperatorNode : ProjectItemNode {
+    siClassID cls = XSI::siCustomOperatorID;  // the host's own operators are plain operators
     OperatorPreset preset;
     // Port targets per group and instance, one per port of the group.
     std::vector<std::vector<std::vector<CRef>>> instances;
@@ -56,8 +57,14 @@ struct OperatorNode : ProjectItemNode {
     bool updated = false, initialised = false, updating = false;
     bool wrote = false;  // the update being run wrote its output
 
-    siClassID ClassID() const override { return XSI::siCustomOperatorID; }
+    siClassID ClassID() const override { return cls; }
     std::wstring TypeName() const override { return preset.name; }
+    // An operator of the host's own (the hair generator) computes its output here instead of
+    // calling a plug-in: true when it did; `out` then holds the whole output.
+    virtual bool HostUpdate(const std::vector<double>& below, std::vector<double>& out) {
+        (void)below, (void)out;
+        return false;
+    }
     XSI::CStatus Invoke(const std::wstring& member, LONG flags, const XSI::CValueArray& args, CValue& ret) override;
     void MarkDeleted() override;
 
@@ -75,12 +82,13 @@ struct PortNode : Object {
     CRef Target() const;
 };
 
-// The value of a weight map with its operators evaluated, for readers outside the
-// operators that write it; inside the update of one of them, the value below it.
-const std::vector<double>& EvaluatedValues(ClusterPropertyNode& wm);
-// Where a write to `wm` goes: the output of the operator being updated on it, or the
+// The values of a stack (a weight map, a hair's points) with its operators evaluated, for
+// readers outside the operators that write it; inside the update of one of them, the value
+// below it.
+const std::vector<double>& EvaluatedValues(OperatorStack& stack);
+// Where a write to a stack goes: the output of the operator being updated on it, or the
 // stored values (which then count as changed).
-std::vector<double>& WritableValues(ClusterPropertyNode& wm);
+std::vector<double>& WritableValues(OperatorStack& stack);
 
 // What the host does to operators when objects are deleted: an instance of a repeatable port
 // group whose targets died with them (the object, its parent, the cluster under a weight map)

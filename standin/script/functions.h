@@ -127,5 +127,6 @@ void RegisterPreviewFunctions(lua_State* L);
 void RegisterLogFunctions(lua_State* L);
 void RegisterFCurveFunctions(lua_State* L);
 void RegisterObjectFunctions(lua_State* L);
+void RegisterHairFunctions(lua_State* L);
 
 }  // namespace standin::scripting

@@ -93,6 +93,7 @@ int Run(Host& host, std::ostream& err, const ScriptGlobals& globals, const std::
     scripting::RegisterLogFunctions(L);
     scripting::RegisterFCurveFunctions(L);
     scripting::RegisterObjectFunctions(L);
+    scripting::RegisterHairFunctions(L);
     for (const auto& [name, value] : globals) {
         if (const auto* text = std::get_if<std::string>(&value)) lua_pushlstring(L, text->data(), text->size());
         else lua_pushnumber(L, std::get<double>(value));

@@ -12,6 +12,7 @@
 #include "nurbs/nurbs.h"
 #include "render/render.h"
 #include "scene/nodes.h"
+#include "scene/hair.h"
 #include "script/functions.h"
 
 namespace standin::scripting {
@@ -65,12 +66,51 @@ void AddSurfaceGrid(const nurbs::Surface& s, render::Drawable& d) {
 // Whether an object has anything to show: a polygon mesh, curves or surfaces.
 bool Drawn(const X3DNode& x) {
     GeometryNode* g = x.primitive ? x.primitive->geometry.get() : nullptr;
-    return dynamic_cast<PolyMeshNode*>(g) || dynamic_cast<CurveListNode*>(g) || dynamic_cast<SurfaceMeshNode*>(g);
+    return dynamic_cast<PolyMeshNode*>(g) || dynamic_cast<CurveListNode*>(g) || dynamic_cast<SurfaceMeshNode*>(g) ||
+           dynamic_cast<HairGeometryNode*>(g);
+}
+
+// A hair's strands as line strips from their roots (when its generator still reads the
+// emitter), each coloured by `rootValues` (one per emitter vertex, NaN for none) at its root
+// when given.
+void AddStrands(const HairGeometryNode& hair, const std::vector<double>* rootValues, render::Drawable& d) {
+    const std::vector<double>& pos = hair.Positions();
+    const HairGenOpNode* gen = hair.operators.empty() ? nullptr : dynamic_cast<const HairGenOpNode*>(hair.operators.front().get());
+    const CRef emitter = gen && !gen->instances.empty() && !gen->instances[0].empty() ? gen->instances[0][0][0] : CRef();
+    auto* prim = XSI::Host::As<PrimitiveNode>(emitter);
+    auto* m = prim ? dynamic_cast<PolyMeshNode*>(prim->geometry.get()) : nullptr;
+    const size_t per = static_cast<size_t>(kHairStrandPoints), strands = std::min<size_t>(static_cast<size_t>(hair.strandCount), pos.size() / (3 * per));
+    for (size_t i = 0; i < strands; ++i) {
+        std::vector<Vec3> line;
+        int32_t root = gen && i < gen->roots.size() ? gen->roots[i] : -1;
+        if (m && (root < 0 || root >= m->mesh.VertexCount())) root = -1;
+        if (m && root >= 0) line.push_back(m->mesh.Positions()[static_cast<size_t>(root)]);
+        for (size_t k = 0; k < per; ++k) {
+            const double* p = &pos[(i * per + k) * 3];
+            line.push_back({p[0], p[1], p[2]});
+        }
+        d.polylines.push_back(std::move(line));
+        if (rootValues)
+            d.polylineValues.push_back(root >= 0 && static_cast<size_t>(root) < rootValues->size()
+                                           ? (*rootValues)[static_cast<size_t>(root)]
+                                           : std::numeric_limits<double>::quiet_NaN());
+    }
+}
+
+// The emitter mesh object of a hair, or null.
+const X3DNode* EmitterOf(const X3DNode& x) {
+    auto* hair = x.primitive ? dynamic_cast<HairGeometryNode*>(x.primitive->geometry.get()) : nullptr;
+    const auto* gen = hair && !hair->operators.empty() ? dynamic_cast<const HairGenOpNode*>(hair->operators.front().get()) : nullptr;
+    if (!gen || gen->instances.empty() || gen->instances[0].empty()) return nullptr;
+    auto* prim = XSI::Host::As<PrimitiveNode>(gen->instances[0][0][0]);
+    return prim ? prim->Owner() : nullptr;
 }
 
 // What an object shows in a preview, in world space at `frame`: a polygon mesh as it is (with
-// `values` per point, if any), curves as line strips, surfaces as grids of quads.
-render::Drawable ObjectDrawable(const X3DNode& x, double frame, std::vector<double> values = {}) {
+// `values` per point, if any), curves as line strips, surfaces as grids of quads, hair as its
+// strands (coloured by `rootValues` at their roots, if given).
+render::Drawable ObjectDrawable(const X3DNode& x, double frame, std::vector<double> values = {},
+                                const std::vector<double>* rootValues = nullptr) {
     GeometryNode* g = x.primitive ? x.primitive->geometry.get() : nullptr;
     render::Drawable d;
     if (auto* m = dynamic_cast<PolyMeshNode*>(g)) {
@@ -79,6 +119,8 @@ render::Drawable ObjectDrawable(const X3DNode& x, double frame, std::vector<doub
         for (const nurbs::Curve& curve : c->curves) d.polylines.push_back(CurvePolyline(curve));
     } else if (auto* s = dynamic_cast<SurfaceMeshNode*>(g)) {
         for (const nurbs::Surface& surface : s->surfaces) AddSurfaceGrid(surface, d);
+    } else if (auto* h = dynamic_cast<HairGeometryNode*>(g)) {
+        AddStrands(*h, rootValues, d);
     }
     MATH::CTransformation world = x.GlobalAt(frame);
     for (Vec3& p : d.positions) p = ToWorld(world, p);
@@ -378,7 +420,7 @@ int RenderPreview(lua_State* L) {
             for (const std::string& path : *request.objects) {
                 auto* x = XSI::Host::As<X3DNode>(Lookup(path));
                 if (!x || x->IsRoot() || !Drawn(*x))
-                    throw ScriptError("'" + path + "' is not a polygon mesh, curve or surface object");
+                    throw ScriptError("'" + path + "' is not a polygon mesh, curve, surface or hair object");
                 objects.push_back(x);
             }
         } else {
@@ -387,9 +429,14 @@ int RenderPreview(lua_State* L) {
         // The map's mesh is always in the picture, once, coloured.
         std::erase(objects, map.object);
         render::Scene scene;
+        const std::vector<double> rootValues = map.values;
         if (uvs.object) scene.drawables.push_back(CheckerDrawable(uvs, frame));
         else if (map.object) scene.drawables.push_back(ObjectDrawable(*map.object, frame, std::move(map.values)));
-        for (const X3DNode* x : objects) scene.drawables.push_back(ObjectDrawable(*x, frame));
+        for (const X3DNode* x : objects) {
+            // Hair grown on the map's mesh shows the map at the roots of its strands.
+            const bool onMap = map.object && EmitterOf(*x) == map.object;
+            scene.drawables.push_back(ObjectDrawable(*x, frame, {}, onMap ? &rootValues : nullptr));
+        }
 
         render::WritePng(render::Render(scene, request.render), file.string());
         lua_pushstring(L, file.string().c_str());

@@ -227,6 +227,13 @@ CStatus PolygonMesh::Get(MATH::CVector3Array& out_vertices, CLongArray& out_poly
 XSI_WRAPPER(Point, siPointID)
 XSI_WRAPPER(Vertex, siVertexID)
 
+// A mesh's vectors into an array sized for them (as many as both hold).
+static void CopyVectors(std::span<const mesh::Vec3> from, MATH::CVector3Array& out) {
+    MATH::CVector3* to = out.GetData();
+    const size_t n = std::min(from.size(), static_cast<size_t>(out.GetCount()));
+    for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(from[i].x, from[i].y, from[i].z);
+}
+
 LONG Point::GetIndex() const { return m_ref.IsValid() ? IndexOf(m_ref) : -1; }
 
 MATH::CVector3 Point::GetPosition() const {
@@ -270,11 +277,14 @@ MATH::CVector3Array CPointRefArray::GetPositionArray() const {
         MATH::CVector3Array out(count);
         auto* g = owner.IsValid() ? dynamic_cast<GeometryNode*>(owner.GetHostObject()) : nullptr;
         if (!g) return out;
+        if (auto* hair = dynamic_cast<HairGeometryNode*>(g)) {
+            const std::vector<double>& pos = hair->Positions();
+            const size_t n = std::min(pos.size() / 3, static_cast<size_t>(count));
+            for (size_t i = 0; i < n; ++i) out[static_cast<LONG>(i)].Set(pos[3 * i], pos[3 * i + 1], pos[3 * i + 2]);
+            return out;
+        }
         if (auto* m = dynamic_cast<PolyMeshNode*>(g)) {
-            auto pos = m->mesh.Positions();
-            MATH::CVector3* to = out.GetData();
-            const size_t n = std::min(pos.size(), static_cast<size_t>(count));
-            for (size_t i = 0; i < n; ++i) to[i] = MATH::CVector3(pos[i].x, pos[i].y, pos[i].z);
+            CopyVectors(m->mesh.Positions(), out);
             return out;
         }
         for (LONG i = 0; i < count; ++i) {
@@ -296,6 +306,22 @@ MATH::CVector3Array CPointRefArray::GetPositionArray() const {
 
 CStatus CPointRefArray::PutPositionArray(const MATH::CVector3Array& positions) {
     if (positions.GetCount() != GetCount()) return CStatus::InvalidArgument;
+    CRef owner;
+    LONG cls = 0, count = 0;
+    if (GetRun(owner, cls, count))
+        if (auto* hair = owner.IsValid() ? dynamic_cast<HairGeometryNode*>(owner.GetHostObject()) : nullptr) {
+            // A hair's points, all of them: the output of the operator being updated on it.
+            if (count != hair->PointCount()) return CStatus::InvalidArgument;
+            std::vector<double>& to = WritableValues(*hair);
+            to.resize(static_cast<size_t>(count) * 3);
+            for (LONG i = 0; i < count; ++i) {
+                const MATH::CVector3& v = positions[i];
+                to[3 * static_cast<size_t>(i)] = v.GetX();
+                to[3 * static_cast<size_t>(i) + 1] = v.GetY();
+                to[3 * static_cast<size_t>(i) + 2] = v.GetZ();
+            }
+            return CStatus::OK;
+        }
     std::vector<int32_t> idx;
     PolyMeshNode* m = SharedMesh(*this, idx);
     if (!m) return CStatus::InvalidArgument;
@@ -311,6 +337,15 @@ CStatus CPointRefArray::PutPositionArray(const MATH::CVector3Array& positions) {
 }
 
 MATH::CVector3Array CPointRefArray::GetNormalArray() const {
+    CRef owner;
+    LONG cls = 0, count = 0;
+    if (GetRun(owner, cls, count)) {
+        // Every vertex of one mesh: copied straight from its normals.
+        MATH::CVector3Array out(count);
+        auto* m = owner.IsValid() ? dynamic_cast<PolyMeshNode*>(owner.GetHostObject()) : nullptr;
+        if (m) CopyVectors(m->mesh.VertexNormals(), out);
+        return out;
+    }
     MATH::CVector3Array out(GetCount());
     for (LONG i = 0; i < GetCount(); ++i) {
         PolyMeshNode* m = MeshOf((*this)[i]);

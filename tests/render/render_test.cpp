@@ -265,6 +265,32 @@ TEST(RenderCurves, DrawnDarkAndHiddenBehindSurfaces) {
     EXPECT_FALSE(Ink(image.At(320, 300)) || Ink(image.At(320, 299)));
 }
 
+// Strands coloured by a value each: the map's colour at the two ends of the range, grey for
+// NaN, and a count of values that is not one per strip refused.
+TEST(RenderCurves, StripsTakeTheColourOfTheirValue) {
+    Drawable strands;
+    strands.polylines = {{{-2, 1, 0}, {2, 1, 0}}, {{-2, 0, 0}, {2, 0, 0}}, {{-2, -1, 0}, {2, -1, 0}}};
+    strands.polylineValues = {0.0, 1.0, kNaN};
+    RenderOptions o = WithCamera(Front(8));
+    const Image image = Render(Scene{{strands}}, o);
+    // Down the middle column: the middle pixel of each run that is not the background.
+    const int x = image.width / 3;
+    std::vector<Rgb> strips;
+    for (int y = 0, start = -1; y < image.height; ++y) {
+        const bool line = image.At(x, y) != image.At(2, y);
+        if (line && start < 0) start = y;
+        if (!line && start >= 0) strips.push_back(image.At(x, (start + y - 1) / 2)), start = -1;
+    }
+    ASSERT_EQ(strips.size(), 3u);
+    const Rgb low = strips[0], high = strips[1], none = strips[2];
+    EXPECT_GT(low.b, low.g);    // the dark purple end
+    EXPECT_GT(high.r, high.b);  // the yellow end
+    EXPECT_EQ(none.r, none.g);  // grey
+    EXPECT_FALSE(Coloured(none));
+    strands.polylineValues.pop_back();
+    EXPECT_THROW(Render(Scene{{strands}}), std::invalid_argument);
+}
+
 TEST(RenderText, GlyphsStayInTheirCellsAndDiffer) {
     EXPECT_EQ(TextWidth("", 2), 0);
     EXPECT_EQ(TextWidth("-1.5e+06", 2), 8 * 12 - 2);

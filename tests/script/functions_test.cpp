@@ -131,6 +131,37 @@ TEST_F(FunctionsTest, ClustersAreMadeFromIndexLists) {
     EXPECT_FALSE(host.Find(L"h.polymsh.cls.Cluster").IsValid());
 }
 
+TEST_F(FunctionsTest, HairIsGrownAndItsStrandsRead) {
+    EXPECT_EQ(Run("CreatePrim('Grid', 'g', {subdivu = 2, subdivv = 2})\n"
+                  "local c = CreateCluster('g', 'poly', {3}, 'patch')\n"
+                  "local h = CreateHair('g', 'fur', {length = 2, noise = 0.1, seed = 4, cluster = c})\n"
+                  "assert(h == 'fur' and TypeName(h) == 'hair' and TypeName(h .. '.hair.hairGenOp') == 'hairGenOp')\n"
+                  "local all = GetStrandPoints(h)\n"
+                  "assert(#all == 4 and #all[1] == 14 and #all[1][14] == 3)\n"
+                  "local s = GetStrandPoints(h, 3)\n"
+                  "for k = 1, 14 do for i = 1, 3 do assert(s[k][i] == all[4][k][i]) end end\n"
+                  "assert(#GetPointPositions(h) == 56)\n"
+                  "assert(#GetStrandPoints(CreateHair('g')) == 9)\n"),
+              0)
+        << err.str();
+    ExpectErrors("CreatePrim('Grid', 'g', {subdivu = 2, subdivv = 2})\nCreateNull('empty')\n"
+                 "p = CreateCluster('g', 'pnt', {0})\nh = CreateHair('g', 'fur')", {
+        {"CreateHair('g', 'f', {length = 0/0})", "CreateHair: length must be a finite number"},
+        {"CreateHair('g', 'f', {length = -1})", "CreateHair: the length must be a finite number above 0"},
+        {"CreateHair('g', 'f', {noise = 1/0})", "CreateHair: noise must be a finite number"},
+        {"CreateHair('g', 'f', {noise = -0.5})", "CreateHair: the noise must be a finite number from 0"},
+        {"CreateHair('g', 'f', {seed = 1.5})", "CreateHair: seed must be a whole number from 0 to 2147483647"},
+        {"CreateHair('g', 'f', {length = 'long'})", "CreateHair: length must be a number"},
+        {"CreateHair('g', 'f', {cluster = p})", "CreateHair: the cluster is not a polygon cluster of the emitter"},
+        {"CreateHair('g', 'f', 5)", "CreateHair takes a table of options as argument 3"},
+        {"CreateHair('empty')", "CreateHair: the emitter is not a polygon mesh object"},
+        {"GetStrandPoints('g')", "GetStrandPoints: 'g' is not a hair object"},
+        {"GetStrandPoints(h, 0/0)", "GetStrandPoints: strand must be a whole number from 0 to 8"},
+        {"GetStrandPoints(h, 9)", "GetStrandPoints: strand must be a whole number from 0 to 8"},
+    });
+    EXPECT_FALSE(host.Find(L"f").IsValid());
+}
+
 TEST_F(FunctionsTest, ParametersAreListedWithTheirRanges) {
     ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
     EXPECT_EQ(Run(std::string(kProximity) +

@@ -170,7 +170,7 @@ TEST_F(PreviewTest, ClearErrors) {
         {"RenderPreview('a.png', {weightmap = 'g.polymsh.cls.part.Nope'})", "object not found: 'g.polymsh.cls.part.Nope'"},
         {"RenderPreview('a.png', {weightmap = 'g'})", "'g' is not a weight map"},
         {"RenderPreview('a.png', {objects = {'g', 'ghost'}})", "object not found: 'ghost'"},
-        {"RenderPreview('a.png', {objects = {'n'}})", "'n' is not a polygon mesh, curve or surface object"},
+        {"RenderPreview('a.png', {objects = {'n'}})", "'n' is not a polygon mesh, curve, surface or hair object"},
         {"RenderPreview('a.png', {wieghtmap = 'g'})", "unknown option 'wieghtmap'"},
         {"RenderPreview('a.png', {width = 'wide'})", "option 'width' must be a whole number"},
         {"RenderPreview('a.png', {camera = {eye = {0, 1}, target = {0, 0, 0}}})", "option 'camera.eye' must be a table of numbers"},
@@ -458,18 +458,33 @@ TEST(CacheExample, WritesItsFilesAndReplaysThem) {
     fs::remove_all(dir);
 }
 
+// One of the demo's examples run in a host of its own with the plug-in loaded, its results in a
+// folder of this process, removed afterwards.
+struct ExampleRun : ::testing::Test {
+    fs::path dir = fs::temp_directory_path() / ("orbelin_example_" + std::to_string(::getpid()));
+    standin::Host host{fs::temp_directory_path()};
+    ExampleRun() {
+        fs::remove_all(dir);
+        host.GetLog().SetEcho(false);
+    }
+    ~ExampleRun() override { fs::remove_all(dir); }
+    // Runs examples/<name>.lua; the folder it wrote into.
+    fs::path Run(const std::string& name) {
+        EXPECT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
+        std::ostringstream err;
+        EXPECT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / (name + ".lua"), err,
+                                     {{"OUTPUT_DIR", (dir / "results").string()}}),
+                  0)
+            << err.str();
+        return dir / "results" / name;
+    }
+};
+
 // The Tension example: the bent tube is squashed on its inner side and stretched on its outer
 // side; the ball stretched upwards is squashed around its poles.
-TEST(TensionExample, ShowsStretchAndSquash) {
-    fs::path dir = fs::temp_directory_path() / ("orbelin_tension_example_" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    standin::Host host(fs::temp_directory_path());
-    host.GetLog().SetEcho(false);
-    ASSERT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), XSI::CStatus::OK);
-    std::ostringstream err;
-    ASSERT_EQ(standin::RunScript(host, fs::path(ORBELIN_EXAMPLES_DIR) / "tension.lua", err, {{"OUTPUT_DIR", (dir / "results").string()}}), 0)
-        << err.str();
-    const fs::path out = dir / "results" / "tension";
+using TensionExample = ExampleRun;
+TEST_F(TensionExample, ShowsStretchAndSquash) {
+    const fs::path out = Run("tension");
     for (const char* file : {"tube_frame10.png", "tube_frame20.png", "ball_frame10.png", "ball_frame20.png"})
         EXPECT_TRUE(fs::exists(out / file)) << file;
     for (const char* file : {"tube_frame20.csv", "ball_frame10.csv"}) {
@@ -480,7 +495,27 @@ TEST(TensionExample, ShowsStretchAndSquash) {
         EXPECT_GE(*std::min_element(w.begin(), w.end()), -1.0) << file;
         EXPECT_LE(*std::max_element(w.begin(), w.end()), 1.0) << file;
     }
-    fs::remove_all(dir);
+}
+
+// The Hair Comb example: every picture written, and the fur combed away from the parting in
+// the middle, where the gradient starts.
+using HairCombExample = ExampleRun;
+TEST_F(HairCombExample, CombsTheFurAwayFromTheParting) {
+    const fs::path out = Run("haircomb");
+    for (const char* file : {"grown.png", "combed.png", "combed_low.png", "combed_narrow.png", "combed_arch.png"})
+        EXPECT_TRUE(fs::exists(out / file)) << file;
+    // Each strand's tip lies well farther from the middle than its first point (the arch of the
+    // last Shape brings it back to the skin about 0.7 away; as grown, on the hill's slope,
+    // less than 0.3), but for the few on the parting itself.
+    XSI::MATH::CVector3Array pts =
+        XSI::X3DObject(host.Find(L"Fur")).GetActivePrimitive().GetGeometry().GetPoints().GetPositionArray();
+    ASSERT_GT(pts.GetCount(), 14 * 200);
+    LONG outward = 0;
+    for (LONG s = 0; s < pts.GetCount() / 14; ++s) {
+        const XSI::MATH::CVector3 &first = pts[14 * s], &tip = pts[14 * s + 13];
+        outward += std::hypot(tip.GetX(), tip.GetZ()) > std::hypot(first.GetX(), first.GetZ()) + 0.4;
+    }
+    EXPECT_GT(outward, pts.GetCount() / 14 - 5);
 }
 
 }  // namespace
