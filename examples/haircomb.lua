@@ -28,20 +28,12 @@ local cluster = CreateCluster(floor, "poly", patch, "FurPatch")
 local hair = CreateHair(floor, "Fur", {length = 1.1, noise = 0.08, cluster = cluster})
 
 -- ---- The gradient weight map ------------------------------------------------------------
--- The Gradient Map command makes such a map: the ring distance over the mesh from a root
--- cluster, 0 on the roots and 1 on the farthest ring. Until that command is at hand here, the
--- same map is written for a root cluster of the centre vertex: on this grid the ring of vertex
--- (column, row) is its number of edges from the centre, |column - 12| + |row - 12|.
-local function GradientMap(object)
-  local map = ExecuteCommand("CreateWeightMap", {"", object, "Gradient", "", false})[1]
-  local weights = {}
-  for i = 0, (N + 1) * (N + 1) - 1 do
-    weights[i + 1] = (math.abs(i % (N + 1) - N / 2) + math.abs(math.floor(i / (N + 1)) - N / 2)) / N
-  end
-  SetWeights(map, weights)
-  return map
-end
-local gradient = GradientMap(floor)
+-- The Gradient Map command: the ring distance over the mesh from a root cluster (the centre
+-- vertex), 0 on the root and 1 on the farthest ring; no extra maps or clusters, no dialog.
+local centre = (N / 2) * (N + 1) + N / 2
+local root = CreateCluster(floor, "pnt", {centre}, "Centre")
+ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {floor, root, false, false, false, false})
+local gradient = floor .. ".polymsh.cls.WeightMapCls.GradientWeightMap"
 WriteWeightsCSV(gradient, out .. "/gradient.csv")
 -- -------------------------------------------------------------------------------------------
 
