@@ -122,3 +122,29 @@ int TextWidth(std::string_view text, int scale = 1);
 inline int TextHeight(int scale = 1) { return 8 * scale; }
 
 }  // namespace standin::render
+
+namespace standin::render {
+
+// Reads a PNG of any kind libpng reads (grey, palette, alpha over white, 16-bit) as 8-bit RGB.
+// Throws std::runtime_error naming the path for a file that is missing, not a PNG, damaged, or
+// larger than 16384 pixels on a side.
+Image ReadPng(const std::string& path);
+
+// A contact sheet: one cell per picture, in rows of `columns`, each picture shrunk to fit its
+// cell's thumbnail area (never enlarged) and centred in it, with its label underneath (cut
+// with ".." when it does not fit) and the sheet's title, if any, along the top.
+struct SheetEntry {
+    std::string label;
+    Image picture;
+};
+struct SheetOptions {
+    int columns = 4;
+    int thumbWidth = 300, thumbHeight = 200;
+    std::string title;
+};
+// Throws std::invalid_argument for no entries, an empty picture, fewer than 1 column, a
+// thumbnail smaller than 16 x 16 or larger than 2048 x 2048, or a sheet over 16384 pixels on a
+// side.
+Image ContactSheet(const std::vector<SheetEntry>& entries, const SheetOptions& options = {});
+
+}  // namespace standin::render
