@@ -12,9 +12,12 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <sstream>
 #include <vector>
 
 #include "core/text.h"
+#include "io/file_out.h"
+#include "render/render.h"
 #include "scene/host.h"
 #include "script/lua_host.h"
 
@@ -87,12 +90,35 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
     return standin::RunScript(host, file, std::cerr);
 }
 
-// The examples the demo runs, in order; each writes into its own folder under the output folder.
-constexpr const char* kDemoExamples[] = {"proximity", "mix",      "smooth",         "expression", "cache",
-                                         "tension",   "gradient", "clusters",       "gradient_curve", "haircomb"};
+// The examples the demo runs, in order, each writing into its own folder under the output
+// folder: the tool it shows (the label on the contact sheet) and the picture that stands for it
+// there (when it did not write that one, its first picture does).
+struct DemoExample {
+    const char* name;
+    const char* tool;
+    const char* picture;
+};
+constexpr DemoExample kDemoExamples[] = {
+    {"proximity", "Proximity Map", "frame50.png"},
+    {"mix", "Mix Map", "mix_frame30.png"},
+    {"smooth", "Smooth Map", "radius3_repeat5.png"},
+    {"expression", "Expression Map", ""},
+    {"cache", "Cache Map", "half_speed_frame40.png"},
+    {"tension", "Tension Map", "tube_frame20.png"},
+    {"gradient", "Gradient Map", ""},
+    {"clusters", "Clusters Map", ""},
+    {"gradient_curve", "Gradient Curve Map", ""},
+    {"haircomb", "Gradient Hair Comb", "combed.png"},
+    {"chain", "Chained tools", "mixed_smoothed_frame20.png"},
+};
 
-// Where an example is: beside the command (<prefix>/share/orbelin/examples), else in the source
-// tree the command was built from.
+// What one example wrote into its folder (paths relative to it, sorted).
+struct ExampleFiles {
+    const DemoExample* example = nullptr;
+    fs::path folder;
+    std::vector<fs::path> pictures, tables, others;
+};
+
 std::vector<fs::path> ExamplePlaces(const std::string& name) {
     std::vector<fs::path> places;
     if (fs::path prefix = Prefix(); !prefix.empty()) places.push_back(prefix / "share" / "orbelin" / "examples" / (name + ".lua"));
@@ -101,8 +127,8 @@ std::vector<fs::path> ExamplePlaces(const std::string& name) {
 }
 
 // Runs one example in a scene of its own with its results in `out`/`name`, then lists the
-// pictures it wrote.
-int RunExample(const std::string& name, const fs::path& out, const fs::path& plugin) {
+// pictures it wrote; `files` gets everything it wrote.
+int RunExample(const std::string& name, const fs::path& out, const fs::path& plugin, ExampleFiles& files) {
     std::vector<fs::path> places = ExamplePlaces(name);
     auto script = std::find_if(places.begin(), places.end(), [](const fs::path& p) { return fs::is_regular_file(p); });
     if (script == places.end()) {
@@ -125,21 +151,75 @@ int RunExample(const std::string& name, const fs::path& out, const fs::path& plu
     const auto started = fs::file_time_type::clock::now() - std::chrono::seconds(1);
     if (int rc = standin::RunScript(host, *script, std::cerr, {{"OUTPUT_DIR", out.string()}}); rc != 0) return rc;
 
-    std::vector<fs::path> pictures;
-    for (const fs::directory_entry& e : fs::directory_iterator(results))
-        if (e.is_regular_file() && e.path().extension() == ".png" && e.last_write_time() >= started) pictures.push_back(e.path());
-    std::sort(pictures.begin(), pictures.end());
-    std::cout << "\n" << name << ": pictures written (" << pictures.size() << "):\n";
-    for (const fs::path& p : pictures) std::cout << "  " << p.string() << "\n";
+    files.folder = results;
+    for (auto it = fs::recursive_directory_iterator(results); it != fs::recursive_directory_iterator(); ++it) {
+        if (!it->is_regular_file() || it->last_write_time() < started) continue;
+        const fs::path rel = it->path().lexically_relative(results);
+        const bool top = rel.parent_path().empty();
+        (top && rel.extension() == ".png" ? files.pictures : top && rel.extension() == ".csv" ? files.tables : files.others).push_back(rel);
+    }
+    for (auto* list : {&files.pictures, &files.tables, &files.others}) std::sort(list->begin(), list->end());
+    std::cout << "\n" << name << ": pictures written (" << files.pictures.size() << "):\n";
+    for (const fs::path& p : files.pictures) std::cout << "  " << (results / p).string() << "\n";
     std::cout << "in " << results.string() << " (with the weights as CSV)\n";
     return 0;
 }
 
-// Runs every example of the demo, each into its own folder under `outArg`.
-int Demo(const fs::path& outArg, const fs::path& plugin) {
+// The contact sheet: one labelled thumbnail per example that wrote a picture.
+void WriteContactSheet(const std::vector<ExampleFiles>& runs, const fs::path& file) {
+    std::vector<standin::render::SheetEntry> entries;
+    for (const ExampleFiles& run : runs) {
+        if (run.pictures.empty()) continue;
+        const fs::path preferred = run.example->picture;
+        const bool wrote = std::find(run.pictures.begin(), run.pictures.end(), preferred) != run.pictures.end();
+        const fs::path shown = run.folder / (wrote ? preferred : run.pictures.front());
+        entries.push_back({run.example->tool, standin::render::ReadPng(shown.string())});
+    }
+    if (entries.empty()) throw std::runtime_error("no example wrote a picture: no contact sheet");
+    standin::render::SheetOptions options;
+    options.title = "orbelin demo: one picture per example";
+    standin::render::WritePng(standin::render::ContactSheet(entries, options), file.string());
+}
+
+// The index: per example its folder and the files it wrote, then the contact sheet.
+void WriteIndex(const std::vector<ExampleFiles>& runs, const fs::path& out, const fs::path& sheet, const fs::path& file) {
+    std::ostringstream text;
+    text << "orbelin demo: results in " << out.string() << "\n";
+    const auto list = [&](const char* what, const std::vector<fs::path>& files) {
+        text << "  " << what << " (" << files.size() << ")" << (files.empty() ? "" : ":") << "\n";
+        for (const fs::path& p : files) text << "    " << p.string() << "\n";
+    };
+    for (const ExampleFiles& run : runs) {
+        text << "\n" << run.example->name << " (" << run.example->tool << "): " << run.folder.lexically_relative(out).string() << "/\n";
+        list("pictures", run.pictures);
+        list("weights as CSV", run.tables);
+        text << "  other files (cache frames and the like): " << run.others.size() << "\n";
+    }
+    text << "\ncontact sheet: " << sheet.lexically_relative(out).string() << "\n";
+    standin::io::WriteFileWhole(file, text.str());
+}
+
+// Runs the examples of the demo (all, or those named in `only`), each into its own folder
+// under `outArg`, then writes the contact sheet and the index beside those folders.
+int Demo(const fs::path& outArg, const fs::path& plugin, const std::vector<std::string>& only) {
+    for (const std::string& name : only)
+        if (std::none_of(std::begin(kDemoExamples), std::end(kDemoExamples), [&](const DemoExample& e) { return name == e.name; })) {
+            std::cerr << "orbelin: the demo has no example \"" << name << "\"; it has:";
+            for (const DemoExample& e : kDemoExamples) std::cerr << " " << e.name;
+            std::cerr << "\n";
+            return 1;
+        }
     const fs::path out = fs::absolute(outArg).lexically_normal();
-    for (const char* name : kDemoExamples)
-        if (int rc = RunExample(name, out, plugin); rc != 0) return rc;
+    std::vector<ExampleFiles> runs;
+    for (const DemoExample& example : kDemoExamples) {
+        if (!only.empty() && std::find(only.begin(), only.end(), example.name) == only.end()) continue;
+        runs.push_back({&example, {}, {}, {}, {}});
+        if (int rc = RunExample(example.name, out, plugin, runs.back()); rc != 0) return rc;
+    }
+    const fs::path sheet = out / "contact_sheet.png", index = out / "index.txt";
+    WriteContactSheet(runs, sheet);
+    WriteIndex(runs, out, sheet, index);
+    std::cout << "\ncontact sheet: " << sheet.string() << "\nindex: " << index.string() << "\n";
     return 0;
 }
 
@@ -159,15 +239,17 @@ int main(int argc, char** argv) {
     std::string project = fs::current_path().string();
     run->add_option("script", script, "the scene script")->required();
     run->add_option("--project", project, "the project folder (relative paths resolve here)");
-    CLI::App* demo = app.add_subcommand("demo", "run the examples (proximity, mix, smooth, expression): weights and pictures");
+    CLI::App* demo = app.add_subcommand("demo", "run the examples, one per tool and one chaining them: weights, pictures, a contact sheet and an index");
     std::string out = "out";
     demo->add_option("--out", out, "the folder the results go into (default: out/ here)");
+    std::vector<std::string> only;
+    demo->add_option("--only", only, "run only these examples (by name, e.g. smooth,chain)")->delimiter(',');
 
     CLI11_PARSE(app, argc, argv);
     try {
         if (info->parsed()) return Info(plugin);
         if (run->parsed()) return Run(script, project, plugin);
-        if (demo->parsed()) return Demo(out, plugin);
+        if (demo->parsed()) return Demo(out, plugin, only);
     } catch (const std::exception& e) {
         std::cerr << "orbelin: " << e.what() << "\n";
         return 1;
