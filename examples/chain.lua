@@ -17,8 +17,8 @@ SetValue("PlayControl.Out", last)
 local tube = CreatePrim("Cylinder", "tube", {radius = 0.6, height = 6, subdivu = 24, subdivv = 24, caps = false})
 SetTransform(tube, {pos = {0, 3, 0}})
 local ball = CreatePrim("Sphere", "ball", {radius = 0.8, subdivu = 16, subdivv = 8})
-SetTransform(ball, {pos = {-2.5, 0.5, 1.2}}, first)
-SetTransform(ball, {pos = {2.5, 5, 1.2}}, last)
+SetTransform(ball, {pos = {-1, 1, 1.1}}, first)
+SetTransform(ball, {pos = {2.4, 3.8, 1.1}}, last)
 
 -- The two sources, applied at rest (the Tension Map's reference pose).
 SetFrame(first)
@@ -53,7 +53,7 @@ ExecuteCommand("Orbelin_zrSmoothMapApplyCmd", {})
 SetValue(mixed .. "_SmoothMap.Radius", 1)
 SetValue(mixed .. "_SmoothMap.Repeat", 2)
 
-local camera = {eye = {1, 5, 13}, target = {1, 3, 0}, fov = 38}
+local camera = {eye = {1.5, 4.5, 10}, target = {1.5, 2.6, 0}, fov = 42}
 local pictures = {}
 local function picture(file, map, title)
   RenderPreview(out .. "/" .. file, {weightmap = map, objects = {tube, ball}, camera = camera, range = {-1, 1},
