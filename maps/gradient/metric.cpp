@@ -137,10 +137,11 @@ void Multiply(const Sparse& L, std::span<const double> mass, double shift, const
     }
 }
 
-// Conjugate gradients with a Jacobi preconditioner on the free rows; x holds the start.
+// Conjugate gradients with a Jacobi preconditioner on the free rows, until the residual is
+// `relativeResidual` times the right-hand side (or a cap on the iterations); x holds the start.
 // Returns false when stopped by keepGoing.
 bool Solve(const Sparse& L, std::span<const double> mass, double shift, const std::vector<uint8_t>& free,
-           const std::vector<double>& b, std::vector<double>& x, const KeepGoing& keepGoing) {
+           const std::vector<double>& b, std::vector<double>& x, double relativeResidual, const KeepGoing& keepGoing) {
     const size_t n = b.size();
     std::vector<double> r(n, 0.0), z(n, 0.0), p(n, 0.0), q(n, 0.0), inv(n, 0.0);
     size_t count = 0;
@@ -163,7 +164,7 @@ bool Solve(const Sparse& L, std::span<const double> mass, double shift, const st
             rz += r[i] * z[i];
         }
     if (bb == 0.0) bb = 1.0;
-    const double tolerance = 1e-20 * bb;
+    const double tolerance = relativeResidual * relativeResidual * bb;
     const size_t maxIterations = 2000 + 20 * static_cast<size_t>(std::sqrt(static_cast<double>(count)));
     for (size_t it = 0; it < maxIterations; ++it) {
         double rr = 0.0;
@@ -315,7 +316,8 @@ std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& ke
     std::vector<double> b(n, 0.0), u(n, 0.0);
     for (size_t i = 0; i < n; ++i)
         if (isRoot[i] && heatFree[i]) b[i] = 1.0 / t;
-    if (!Solve(L, mass, 1.0 / t, heatFree, b, u, keepGoing)) return {};
+    // The heat far out is small (about e^-15): the solve goes well below it.
+    if (!Solve(L, mass, 1.0 / t, heatFree, b, u, 1e-10, keepGoing)) return {};
 
     // Normalised gradient per triangle, turned away from the roots, and its divergence.
     std::vector<double> divergence(n, 0.0);
@@ -347,7 +349,7 @@ std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& ke
             rhs[i] = -divergence[i];
             d[i] = std::isfinite(start[i]) ? start[i] : 0.0;
         }
-    if (!Solve(L, mass, 0.0, poissonFree, rhs, d, keepGoing)) return {};
+    if (!Solve(L, mass, 0.0, poissonFree, rhs, d, 1e-6, keepGoing)) return {};
     for (size_t i = 0; i < n; ++i)
         if (poissonFree[i]) dist[i] = std::isfinite(d[i]) ? std::max(d[i], 0.0) : kInf;
     return dist;
