@@ -85,6 +85,7 @@ inline constexpr ArgumentDecl kGradientMapBuild[] = {
     BoolArg(L"CreateSingVerticesCluster", false),
     BoolArg(L"CreateLocalMaxCluster", false),
     BoolArg(L"AskForParams", true),
+    LongArg(L"DistanceMode", 0),
 };
 inline constexpr ArgumentDecl kUVFromGradientMap[] = {
     CollectionArg(L"gradientWeightMap"), DoubleArg(L"uvRightShift", 0.0), BoolArg(L"uvNormalize", true),

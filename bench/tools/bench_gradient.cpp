@@ -4,7 +4,7 @@
 // Each case is timed beside the straightforward version of the same computation, asking the
 // object model for a vertex's neighbours every time the definition fetches them (the ring
 // walk, the leftover front, the local maxima), with the results compared; the ratios are
-// printed. Medians of three runs.
+// printed. Medians of three runs (the geodesic distance: one run).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "gradient/metric.h"
 #include "gradient/propagate.h"
 #include "gradient/uv_strips.h"
 #include "scene/host.h"
@@ -63,10 +64,13 @@ struct Scene {
         return dynamic_cast<standin::PolyMeshNode*>(XSI::Host::As<standin::X3DNode>(floor)->primitive->geometry.get())->mesh;
     }
     CValue Build(bool everything) {
-        CValueArray args(6);
+        return Build(everything, 0);
+    }
+    CValue Build(bool everything, LONG distanceMode) {
+        CValueArray args(7);
         args[0] = CValue(map), args[1] = CValue(root);
         args[2] = args[3] = args[4] = CValue(everything);
-        args[5] = CValue(false);
+        args[5] = CValue(false), args[6] = CValue(distanceMode);
         CValue ret;
         host.ExecuteCommand(L"Orbelin_zrGradientMapBuildCmd", args, ret);
         return ret;
@@ -237,6 +241,67 @@ void BM_GradientBuildCommand(benchmark::State& state) {
                 command * 1e3, slow * 1e3, slow / command, equal ? "equal" : "DIFFERENT");
 }
 BENCHMARK(BM_GradientBuildCommand)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// The metric distances on the same grid from the same row: the kernels alone (edge paths,
+// 0.5 s wanted; the heat method's geodesic) beside the ring walk, then the command in mode 1.
+void BM_GradientMetric(benchmark::State& state) {
+    Scene scene;
+    const auto& mesh = scene.Plain();
+    const size_t n = static_cast<size_t>(mesh.VertexCount());
+    std::vector<uint32_t> offsets{0}, indices, polygonOffsets{0}, corners;
+    std::vector<double> points;
+    for (int32_t v = 0; v < mesh.VertexCount(); ++v) {
+        for (int32_t u : mesh.VertexNeighbors(v)) indices.push_back(static_cast<uint32_t>(u));
+        offsets.push_back(static_cast<uint32_t>(indices.size()));
+    }
+    MATH::CVector3Array xyz;
+    CLongArray descr;
+    PolygonMesh(scene.Mesh()).Get(xyz, descr);
+    for (LONG i = 0; i < xyz.GetCount(); ++i) points.insert(points.end(), {xyz[i].GetX(), xyz[i].GetY(), xyz[i].GetZ()});
+    for (LONG i = 0; i < descr.GetCount();) {
+        const LONG count = descr[i++];
+        for (LONG c = 0; c < count; ++c) corners.push_back(static_cast<uint32_t>(descr[i++]));
+        polygonOffsets.push_back(static_cast<uint32_t>(corners.size()));
+    }
+    std::vector<int32_t> roots, targets(n);
+    for (int32_t i = 0; i <= kSide; ++i) roots.push_back(i);
+    for (size_t i = 0; i < n; ++i) targets[i] = static_cast<int32_t>(i);
+    const orbelin::gradient::MetricInput in{{n, offsets, indices}, points, polygonOffsets, corners, roots, targets};
+    std::vector<double> rings, edges, geodesic;
+    std::vector<double> edgePaths, heat;
+    for (auto _ : state) {
+        for (int k = 0; k < 3; ++k) {
+            auto start = Clock::now();
+            orbelin::gradient::Propagate({{n, offsets, indices}, {}, roots, targets, false});
+            rings.push_back(Seconds(start));
+            start = Clock::now();
+            edgePaths = orbelin::gradient::EdgePathDistances(in);
+            edges.push_back(Seconds(start));
+        }
+        auto start = Clock::now();
+        heat = orbelin::gradient::GeodesicDistances(in);
+        geodesic.push_back(Seconds(start));
+    }
+    // From a whole row both are the distance to the row: the largest error against it.
+    double edgeError = 0.0, heatError = 0.0;
+    for (size_t v = 0; v < n; ++v) {
+        const double straight = std::abs(points[3 * v + 2] - points[2]);
+        edgeError = std::max(edgeError, std::abs(edgePaths[v] - straight));
+        heatError = std::max(heatError, std::abs(heat[v] - straight));
+    }
+    const double ring = Median(rings), edge = Median(edges), geo = geodesic.front();
+    auto start = Clock::now();
+    scene.Build(false, 1);
+    const double command = Seconds(start);
+    state.counters["edge_paths_ms"] = edge * 1e3;
+    state.counters["geodesic_ms"] = geo * 1e3;
+    std::printf("metric distances: ring walk %.0f ms; edge paths %.0f ms (0.5 s wanted), ratio to the ring walk %.1f, "
+                "largest error %.2g; geodesic %.0f ms, ratio to the ring walk %.0f, largest error %.2g (step %.2g); "
+                "build command in edge-path mode %.0f ms\n",
+                ring * 1e3, edge * 1e3, edge / ring, edgeError, geo * 1e3, geo / ring, heatError, 100.0 / kSide,
+                command * 1e3);
+}
+BENCHMARK(BM_GradientMetric)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 // The UV command on the gradient of that grid; beside it the same strips from neighbour lists
 // fetched vertex by vertex through the object model.

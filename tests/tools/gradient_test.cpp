@@ -97,6 +97,61 @@ TEST_F(GradientTest, GridFromACornerGivesRingsOverEightAndItsClusters) {
     EXPECT_FALSE(host.Find(L"other.polymsh.cls.LocalMaximaVertices").IsValid());
 }
 
+// DistanceMode (the argument after AskForParams): 1 edge paths, 2 geodesic; the ring walk's
+// curvature, clusters and return value stay; other modes are refused before anything is made.
+TEST_F(GradientTest, DistanceModesFillTheSameMapAndBadModesAreRefused) {
+    auto build = [&](const CRef& object, const CRef& root, const CValue& mode, CValue& ret) {
+        CValueArray args(7);
+        args[0] = CValue(object), args[1] = CValue(root);
+        args[2] = args[3] = args[4] = CValue(true);
+        args[5] = CValue(false), args[6] = mode;
+        return host.ExecuteCommand(L"Orbelin_zrGradientMapBuildCmd", args, ret);
+    };
+    // A 4 x 4 grid of 8 x 4 units: steps of 2 one way and 1 the other.
+    CRef wide = host.CreatePrim(L"Grid", L"wide", {{L"sizex", 8}, {L"sizez", 4}, {L"subdivu", 4}, {L"subdivv", 4}});
+    MATH::CVector3Array points = PolygonMesh(X3DObject(wide).GetActivePrimitive().GetGeometry()).GetVertices().GetPositionArray();
+    const std::wstring map = L"wide.polymsh.cls.WeightMapCls.GradientWeightMap";
+    CRef root = Cluster(wide, {0}, L"Root");
+    CValue ret;
+    ASSERT_EQ(build(wide, root, CValue(LONG{0}), ret), CStatus::OK);
+    const std::vector<double> rings = Weights(map);
+    for (int row = 0; row < 5; ++row)
+        for (int col = 0; col < 5; ++col) EXPECT_EQ(rings[static_cast<size_t>(row * 5 + col)], (row + col) / 8.0);
+    const std::vector<LONG> singular = Elements(L"wide.polymsh.cls.SingVertices");
+
+    // The map itself as the target: the later builds rewrite it.
+    const CRef target = host.Find(map);
+    ASSERT_EQ(build(target, root, CValue(LONG{1}), ret), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(ret), 8.0);
+    std::vector<double> g = Weights(map);
+    ASSERT_EQ(g.size(), 25u);
+    for (LONG v = 0; v < 25; ++v) {
+        const double manhattan = std::abs(points[v].GetX() - points[0].GetX()) + std::abs(points[v].GetZ() - points[0].GetZ());
+        EXPECT_NEAR(g[static_cast<size_t>(v)], manhattan / 12.0, 1e-12) << v;
+    }
+    EXPECT_EQ(Weights(L"wide.polymsh.cls.WeightMapCls.CurvatureWeightMap1"), std::vector<double>(25, 0.0));
+    EXPECT_EQ(Elements(L"wide.polymsh.cls.SingVertices1"), singular);
+
+    ASSERT_EQ(build(target, root, CValue(2.0), ret), CStatus::OK);
+    EXPECT_EQ(static_cast<double>(ret), 8.0);
+    g = Weights(map);
+    EXPECT_EQ(g[0], 0.0);
+    EXPECT_EQ(*std::max_element(g.begin(), g.end()), 1.0);
+    EXPECT_EQ(std::max_element(g.begin(), g.end()) - g.begin(), 24);
+    for (double x : g) EXPECT_TRUE(x >= 0.0 && x <= 1.0);
+    // Straight along the 2-unit edges: half the way along the row is about 4 / sqrt(80).
+    EXPECT_NEAR(g[2], 4.0 / std::sqrt(80.0), 0.05);
+
+    for (const CValue& bad : {CValue(LONG{3}), CValue(LONG{-1}), CValue(1.5), CValue(std::nan(""))}) {
+        const size_t before = host.GetLog().entries().size();
+        EXPECT_EQ(build(target, root, bad, ret), CStatus::InvalidArgument);
+        EXPECT_TRUE(Logged(L"DistanceMode must be 0 (ring count), 1 (edge paths) or 2 (geodesic)"));
+        EXPECT_GT(host.GetLog().entries().size(), before);
+    }
+    EXPECT_FALSE(host.Find(L"wide.polymsh.cls.SingVertices3").IsValid());  // nothing made when refused
+    EXPECT_EQ(Weights(map), g);
+}
+
 TEST_F(GradientTest, TheDialogSetsTheFlagsOrCancelsEverything) {
     CRef root = Cluster(grid, {0}, L"Root");
     CValue ret;

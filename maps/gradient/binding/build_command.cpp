@@ -1,9 +1,19 @@
 // The Gradient Map's build command: a gradient weight map of the ring distance from a root
 // cluster, and on request a curvature map and the singular and local-maximum vertex clusters.
 // The maps are static results: no operator stays behind.
+//
+// DistanceMode (after the other arguments) chooses what the gradient map holds: 0 the ring
+// count, 1 the shortest distance along the edges, 2 a geodesic distance across the faces
+// (gradient/metric.h), the metric ones divided by the largest distance reached. The ring walk
+// runs in every mode: the curvature map, the singular and local-maximum clusters (those
+// compare ring levels) and the return value (the ring count's divisor) stay the ring walk's.
+// Vertices no root reaches read 0, as in the ring count.
+#include <cmath>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "gradient/metric.h"
 #include "gradient/propagate.h"
 #include "maps/gradient/binding/dialog.h"
 #include "shell/guard.h"
@@ -30,7 +40,7 @@ using namespace orbelin;
 
 namespace {
 
-enum Arg : LONG { kTarget, kRootCluster, kCurvature, kSingular, kMaxima, kAskForParams };
+enum Arg : LONG { kTarget, kRootCluster, kCurvature, kSingular, kMaxima, kAskForParams, kDistanceMode };
 
 constexpr gradient::DialogParameter kParameters[] = {
     {L"CreateCurvatureMap", CValue::siBool},
@@ -82,6 +92,14 @@ CStatus Build(CRef& context) {
     CRef root = args.GetCount() > kRootCluster && args[kRootCluster].m_t == CValue::siRef ? CRef(args[kRootCluster]) : CRef();
     bool wantCurvature = Flag(args, kCurvature), wantSingular = Flag(args, kSingular), wantMaxima = Flag(args, kMaxima);
 
+    const double modeValue = gradient::ArgumentNumber(args, kDistanceMode, 0.0);
+    if (!(modeValue == 0.0 || modeValue == 1.0 || modeValue == 2.0)) {
+        LogError(L"DistanceMode must be 0 (ring count), 1 (edge paths) or 2 (geodesic), not " +
+                 CString(CValue(modeValue)) + L"!");
+        return CStatus::InvalidArgument;
+    }
+    const auto mode = static_cast<gradient::DistanceMode>(static_cast<int>(modeValue));
+
     if (Flag(args, kAskForParams)) {
         CValueArray values(3);
         values[0] = CValue(wantCurvature), values[1] = CValue(wantSingular), values[2] = CValue(wantMaxima);
@@ -120,7 +138,8 @@ CStatus Build(CRef& context) {
     if (wantCurvature) curvatureMap = WeightMapOn(targetCluster.GetRef(), L"CurvatureWeightMap");
 
     MeshTopology topology;
-    ReadTopology(mesh, topology);
+    MATH::CVector3Array points;
+    ReadTopology(mesh, topology, points);
     PackedNeighbours neighbours;
     EdgeNeighbours(topology, neighbours);
     const LONG vertexCount = topology.vertexCount;
@@ -148,6 +167,30 @@ CStatus Build(CRef& context) {
             return true;
         });
     if (result.cancelled) return CStatus::OK;
+    if (mode != gradient::DistanceMode::Rings) {
+        std::vector<double> xyz(3 * static_cast<size_t>(points.GetCount()));
+        for (LONG i = 0; i < points.GetCount(); ++i) points[i].Get(xyz[3 * i], xyz[3 * i + 1], xyz[3 * i + 2]);
+        std::vector<uint32_t> polygonOffsets{0}, corners;
+        for (LONG i = 0; i < topology.polygons.GetCount();) {
+            const LONG count = topology.polygons[i++];
+            if (count < 0 || count > topology.polygons.GetCount() - i) break;
+            for (LONG c = 0; c < count; ++c) corners.push_back(static_cast<uint32_t>(topology.polygons[i++]));
+            polygonOffsets.push_back(static_cast<uint32_t>(corners.size()));
+        }
+        const gradient::MetricInput metric{
+            {neighbours.VertexCount(), neighbours.offsets, neighbours.indices}, xyz, polygonOffsets, corners, roots, targets};
+        std::vector<double> distances;
+        try {
+            distances = mode == gradient::DistanceMode::EdgePaths
+                            ? gradient::EdgePathDistances(metric)
+                            : gradient::GeodesicDistances(metric, [&] { return !bar.IsCancelPressed(); });
+        } catch (const std::invalid_argument& e) {
+            LogError(L"No distance measured on " + object.GetFullName() + L": " + CString(e.what()) + L"!");
+            return CStatus::InvalidArgument;
+        }
+        if (distances.empty()) return CStatus::OK;  // cancelled
+        result.gradient = gradient::NormaliseDistances(distances, targets);
+    }
 
     Geometry geometry(mesh);
     Cluster made;
