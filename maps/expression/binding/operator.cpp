@@ -46,22 +46,16 @@ std::span<const T> View(const T* data, LONG count) {
     return data && count > 0 ? std::span<const T>(data, static_cast<size_t>(count)) : std::span<const T>();
 }
 
-double DoubleAt(const CParameterRefArray& params, LONG index, double otherwise) {
-    CValue v = ParameterValue(params, index);
-    return v.IsEmpty() ? otherwise : static_cast<double>(v);
-}
-
 // Connexion i as the engine takes it: its factor always, its values when it is enabled and
 // what it names is still a weight map.
 void ReadConnexion(const Operator& op, LONG i, const CParameterRefArray& params, ExpressionRecord& record) {
     const size_t k = static_cast<size_t>(i);
     Connexion& c = record.connexions[k];
-    CValue enabled = ParameterValue(params, EnabledIndex(i));
-    c.factor = DoubleAt(params, FactorIndex(i), 1.0);
+    c.factor = ParameterValueOr<double>(params, FactorIndex(i), 1.0);
     c.active = false;
     c.values = {};
     c.indices = {};
-    if (!enabled.IsEmpty() && !static_cast<bool>(enabled)) return;
+    if (!ParameterValueOr<bool>(params, EnabledIndex(i), true)) return;
     const LONG group = ThisTool().connexionGroup;
     ClusterProperty map(op.GetPortAt(0, group, i).GetTarget());
     if (!map.IsValid()) return;
@@ -75,12 +69,12 @@ void ReadConnexion(const Operator& op, LONG i, const CParameterRefArray& params,
 // The offsets as the host's transformation composes them: scaling, rotation (XYZ angles in
 // degrees), translation.
 std::array<double, 16> Offsets(const CParameterRefArray& params) {
-    auto at = [&](LONG i) { return DoubleAt(params, i, 0.0); };
+    auto at = [&](LONG i) { return ParameterValueOr<double>(params, i, 0.0); };
     constexpr double kDegrees = 0.017453292519943295;
     MATH::CTransformation t;
     t.SetTranslationFromValues(at(kTranslationX), at(kTranslationY), at(kTranslationZ));
     t.SetRotationFromXYZAnglesValues(at(kRotationX) * kDegrees, at(kRotationY) * kDegrees, at(kRotationZ) * kDegrees);
-    t.SetScalingFromValues(DoubleAt(params, kScaleX, 1.0), DoubleAt(params, kScaleY, 1.0), DoubleAt(params, kScaleZ, 1.0));
+    t.SetScalingFromValues(ParameterValueOr<double>(params, kScaleX, 1.0), ParameterValueOr<double>(params, kScaleY, 1.0), ParameterValueOr<double>(params, kScaleZ, 1.0));
     const MATH::CMatrix4 m = t.GetMatrix4();
     std::array<double, 16> out{};
     for (short r = 0; r < 4; ++r)
@@ -102,12 +96,12 @@ CStatus Update(ExpressionRecord& record, LiveInputs& live, OutputPort& output) {
     Inputs in;
     in.expression = expression;
     in.helpers = helpers;
-    in.a = DoubleAt(params, kVariableA, 0.5);
-    in.b = DoubleAt(params, kVariableB, 2.0);
+    in.a = ParameterValueOr<double>(params, kVariableA, 0.5);
+    in.b = ParameterValueOr<double>(params, kVariableB, 2.0);
     in.seed = static_cast<LONG>(ParameterValue(params, kRandomSeed));
     in.postProcess = static_cast<LONG>(ParameterValue(params, kPostProcessing));
-    in.postMin = DoubleAt(params, kPostProcMin, 0.0);
-    in.postMax = DoubleAt(params, kPostProcMax, 1.0);
+    in.postMin = ParameterValueOr<double>(params, kPostProcMin, 0.0);
+    in.postMax = ParameterValueOr<double>(params, kPostProcMax, 1.0);
     in.pointCount = static_cast<size_t>(std::max<LONG>(points.GetCount(), 0));
     MATH::CVector3Array positions;
     if (Detect(expression).positions) {

@@ -69,11 +69,7 @@ void BuildLayout(CustomProperty& property) {
     layout.AddString(L"Helpers", L"", true, 180).PutAttribute(siUINoLabel, CValue(true));
     layout.EndGroup();
 
-    layout.AddTab(L"Connexions");
-    layout.AddRow();
-    layout.AddButton(L"Connect", L"Add Connexion");
-    layout.AddButton(L"RemoveAll", L"Remove All Connexion");
-    layout.EndRow();
+    AddConnexionsTab(layout);
     CRef op = FindOperator(property.GetParameterValue(L"OperatorFullPath").GetAsText());
     if (!op.IsValid()) {
         LogError(L"Operator zrWeightMapExpressioner not found!");
