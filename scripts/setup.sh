@@ -4,7 +4,7 @@ set -euo pipefail
 packages=(
   build-essential cmake pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
-  liblua5.1-0-dev libtinyobjloader-dev libpng-dev nlohmann-json3-dev libcli11-dev
+  liblua5.1-0-dev libtinyobjloader-dev libpng-dev nlohmann-json3-dev libcli11-dev libtinygltf-dev
   clang libclang-rt-14-dev
 )
 missing=()

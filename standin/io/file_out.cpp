@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <streambuf>
 #include <stdexcept>
 #include <string>
 
@@ -28,10 +29,60 @@ int WriteAll(int fd, std::string_view bytes) {
     return 0;
 }
 
-// Writes and closes `fd`: 0, or the first errno. A close can report a delayed write error
-// (a full disk on a network file system), so it counts as much as a write.
-int WriteAndClose(int fd, std::string_view bytes) {
-    int error = WriteAll(fd, bytes);
+// A stream buffer over a file descriptor: small writes are gathered, large ones go straight
+// through. After the first failure nothing more is written and `Error()` holds its errno.
+class FdBuffer : public std::streambuf {
+public:
+    explicit FdBuffer(int fd) : m_fd(fd) { setp(m_buffer, m_buffer + sizeof m_buffer); }
+    int Error() const { return m_error; }
+    bool Flush() {
+        if (m_error == 0 && pptr() > pbase()) m_error = WriteAll(m_fd, {pbase(), static_cast<size_t>(pptr() - pbase())});
+        setp(m_buffer, m_buffer + sizeof m_buffer);
+        return m_error == 0;
+    }
+
+protected:
+    int sync() override { return Flush() ? 0 : -1; }
+    int_type overflow(int_type c) override {
+        if (!Flush()) return traits_type::eof();
+        if (!traits_type::eq_int_type(c, traits_type::eof())) {
+            *pptr() = traits_type::to_char_type(c);
+            pbump(1);
+        }
+        return traits_type::not_eof(c);
+    }
+    std::streamsize xsputn(const char* s, std::streamsize n) override {
+        if (n < epptr() - pptr()) {
+            std::memcpy(pptr(), s, static_cast<size_t>(n));
+            pbump(static_cast<int>(n));
+            return n;
+        }
+        if (!Flush()) return 0;
+        m_error = WriteAll(m_fd, {s, static_cast<size_t>(n)});
+        return m_error == 0 ? n : 0;
+    }
+
+private:
+    int m_fd;
+    int m_error = 0;
+    char m_buffer[1 << 16];
+};
+
+// Runs `write` over `fd`, then closes it: 0, or the first errno. A close can report a delayed
+// write error (a full disk on a network file system), so it counts as much as a write. An
+// exception from `write` closes the file and is passed on, unless a write had failed first:
+// that failure is then what is reported.
+int WriteAndClose(int fd, const std::function<void(std::ostream&)>& write) {
+    FdBuffer buffer(fd);
+    std::ostream stream(&buffer);
+    try {
+        write(stream);
+    } catch (...) {
+        ::close(fd);
+        if (buffer.Error() != 0) return buffer.Error();
+        throw;
+    }
+    int error = buffer.Flush() ? 0 : buffer.Error();
     if (::close(fd) != 0 && error == 0) error = errno;
     return error;
 }
@@ -39,6 +90,10 @@ int WriteAndClose(int fd, std::string_view bytes) {
 }  // namespace
 
 void WriteFileWhole(const std::filesystem::path& path, std::string_view bytes) {
+    WriteFileWith(path, [bytes](std::ostream& out) { out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())); });
+}
+
+void WriteFileWith(const std::filesystem::path& path, const std::function<void(std::ostream&)>& write) {
     auto fail = [&](const std::string& why) { return std::runtime_error("cannot write " + path.string() + ": " + why); };
     if (path.empty() || !path.has_filename()) throw fail("no file name");
     std::error_code ec;
@@ -54,7 +109,7 @@ void WriteFileWhole(const std::filesystem::path& path, std::string_view bytes) {
         // Replacing a device node or a pipe with a file would destroy it: written in place.
         const int fd = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
         if (fd < 0) throw fail(std::strerror(errno));
-        if (int error = WriteAndClose(fd, bytes)) throw fail(std::strerror(error));
+        if (int error = WriteAndClose(fd, write)) throw fail(std::strerror(error));
         return;
     }
 
@@ -79,7 +134,13 @@ void WriteFileWhole(const std::filesystem::path& path, std::string_view bytes) {
     }
     // A file replaced keeps its permissions.
     int error = exists && ::fchmod(fd, existing.st_mode & 07777) != 0 ? errno : 0;
-    const int written = WriteAndClose(fd, bytes);
+    int written = 0;
+    try {
+        written = WriteAndClose(fd, write);
+    } catch (...) {
+        ::unlink(temporary.c_str());
+        throw;
+    }
     if (error == 0) error = written;
     if (error == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) error = errno;
     if (error != 0) {

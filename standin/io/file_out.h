@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <ostream>
 #include <string_view>
 
 namespace standin::io {
@@ -15,5 +17,10 @@ namespace standin::io {
 // replaced. Anything else that exists at `path` (a device, a pipe) is written in place and
 // never removed or replaced.
 void WriteFileWhole(const std::filesystem::path& path, std::string_view bytes);
+
+// The same, with the bytes written by `write` into a stream over the file: large writes go
+// straight to the file, unbuffered. An exception from `write` leaves the target as it was (the
+// temporary is removed) and is passed on.
+void WriteFileWith(const std::filesystem::path& path, const std::function<void(std::ostream&)>& write);
 
 }  // namespace standin::io

@@ -25,6 +25,11 @@
 //   GetWeights(map) -> {w1, w2 ...};  SetWeights(map, {w...});  GetElements(map) -> {point indices}
 //   WriteWeightsCSV(map, file)   rows "element,point,weight"
 //   GetPointPositions(object) -> {{x, y, z} ...} in object space
+//   ExportGLTF(file[, options]) -> {files written}   meshes with weight maps as "_WEIGHT_<name>"
+//       attributes (.glb binary, .gltf text), one file per frame; options by name:
+//         objects = {paths};  weightmaps = {paths};  frames = frame | {frames} | {first =, last =}
+//         colors = true | map path (COLOR_0 through the colour map);  colormap = "perceptual" | "diverging"
+//         range = {min, max} the colours span (default {0, 1})
 //   RenderPreview(file[, options]) -> the file's full path   a PNG of the scene at the current frame,
 //       in world space. Options by name:
 //         weightmap = map path     its mesh coloured by the map (grey where the cluster does not reach);
