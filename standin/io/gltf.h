@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -44,5 +46,46 @@ struct GltfDocument {
 // colour counts that do not match the points, a triangle index naming no point, or more than
 // 4 GiB of data; std::runtime_error naming the file when it cannot be written.
 void WriteGltf(const std::filesystem::path& file, const GltfDocument& document);
+
+// The same file filled in place, for large meshes: the shapes first, then each mesh's arrays
+// are written straight into the file's data (no copy of the gathered arrays), then Write.
+struct GltfMeshShape {
+    std::string name;
+    size_t points = 0, triangles = 0;
+    std::vector<std::string> attributes;  // names, in order
+    bool colours = false;
+    std::array<double, 16> matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    std::map<std::string, std::string> extras;
+};
+
+class GltfFile {
+public:
+    // Throws std::invalid_argument for a shape without a name for an attribute, or more than
+    // 4 GiB of data.
+    explicit GltfFile(std::vector<GltfMeshShape> meshes);
+    ~GltfFile();
+    GltfFile(const GltfFile&) = delete;
+    GltfFile& operator=(const GltfFile&) = delete;
+
+    // Each mesh's arrays, as long as its shape says (x, y, z per point; three indices per
+    // triangle; a value per point; r, g, b per point). They start out undefined: fill them all.
+    std::span<float> Positions(size_t mesh);
+    std::span<uint32_t> Triangles(size_t mesh);
+    std::span<float> Attribute(size_t mesh, size_t attribute);
+    std::span<float> Colours(size_t mesh);  // empty without colours
+
+    // Works out the bounds of a mesh's positions once they are filled, for a filler that does
+    // it while they are in cache (on its own thread, as it touches only that mesh); Write
+    // works out those of the meshes left without.
+    void SetPositionBounds(size_t mesh);
+
+    // Writes as WriteGltf does, with `extras` as the asset's. The triangles' indices are the
+    // filler's to keep below the point count (they are not checked here).
+    void Write(const std::filesystem::path& file, const std::map<std::string, std::string>& extras = {});
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
 
 }  // namespace standin::io

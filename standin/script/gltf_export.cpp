@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <set>
 #include <stdexcept>
+#include <thread>
 
 #include "core/numbers.h"
 #include "core/text.h"
@@ -119,16 +120,15 @@ std::vector<MeshPlan> Plan(const Host& host, const GltfExportRequest& request) {
     return plans;
 }
 
-// A map's values per point of its mesh (0 where its cluster does not reach), read through the
-// object model, which brings its operators up to date first.
-std::vector<float> MapValues(ClusterPropertyNode& map, size_t points) {
+// A map's values per point of its mesh into `out` (0 where its cluster does not reach),
+// read through the object model, which brings its operators up to date first.
+void ReadMapValues(ClusterPropertyNode& map, std::span<float> out) {
     XSI::CDoubleArray w = XSI::ClusterProperty(XSI::CRef::FromHost(&map)).GetElements().GetArray();
     XSI::CLongArray e = XSI::Cluster(XSI::CRef::FromHost(map.Cluster())).GetElements().GetArray();
-    std::vector<float> values(points, 0.0f);
     const LONG n = std::min(w.GetCount(), e.GetCount());
+    std::fill(out.begin(), out.end(), 0.0f);
     for (LONG i = 0; i < n; ++i)
-        if (e[i] >= 0 && static_cast<size_t>(e[i]) < points) values[static_cast<size_t>(e[i])] = static_cast<float>(w[i]);
-    return values;
+        if (e[i] >= 0 && static_cast<size_t>(e[i]) < out.size()) out[static_cast<size_t>(e[i])] = static_cast<float>(w[i]);
 }
 
 float Linear(uint8_t srgb) {
@@ -136,53 +136,71 @@ float Linear(uint8_t srgb) {
     return static_cast<float>(c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4));
 }
 
-std::vector<float> Colours(const std::vector<float>& values, const GltfExportRequest& request) {
+void FillColours(std::span<const float> values, std::span<float> rgb, const GltfExportRequest& request) {
     const render::ColourMap map = request.colourMap == "diverging" ? render::ColourMap::Diverging : render::ColourMap::Perceptual;
     const double span = request.rangeMax - request.rangeMin;
-    std::vector<float> rgb;
-    rgb.reserve(values.size() * 3);
-    for (float v : values) {
-        const render::Rgb c = render::MapColour(map, span > 0.0 ? (v - request.rangeMin) / span : 0.5);
-        rgb.insert(rgb.end(), {Linear(c.r), Linear(c.g), Linear(c.b)});
+    for (size_t i = 0; i < values.size(); ++i) {
+        const render::Rgb c = render::MapColour(map, span > 0.0 ? (values[i] - request.rangeMin) / span : 0.5);
+        rgb[3 * i] = Linear(c.r), rgb[3 * i + 1] = Linear(c.g), rgb[3 * i + 2] = Linear(c.b);
     }
-    return rgb;
 }
 
-io::GltfMesh MeshAt(const MeshPlan& plan, double frame, const GltfExportRequest& request) {
-    const mesh::PolyMesh& m = MeshOf(*plan.object)->mesh;
-    io::GltfMesh out;
-    out.name = U8(plan.object->name);
-    out.extras["object"] = U8(plan.object->FullName());
-    const size_t points = static_cast<size_t>(m.VertexCount());
-    // Read the maps before the positions: their operators run on this read.
-    for (size_t i = 0; i < plan.maps.size(); ++i) {
-        out.attributes.push_back({plan.names[i], MapValues(*plan.maps[i], points)});
-        out.extras[plan.names[i]] = U8(plan.maps[i]->FullName());
-    }
-    if (request.colours && plan.colourBy >= 0) out.colours = Colours(out.attributes[static_cast<size_t>(plan.colourBy)].values, request);
-
-    out.positions.resize(points * 3);
-    const std::span<const mesh::Vec3> p = m.Positions();
-    for (size_t i = 0; i < points; ++i) {
-        out.positions[3 * i] = static_cast<float>(p[i].x);
-        out.positions[3 * i + 1] = static_cast<float>(p[i].y);
-        out.positions[3 * i + 2] = static_cast<float>(p[i].z);
-    }
+size_t TriangleCount(const mesh::PolyMesh& m) {
     size_t triangles = 0;
     for (int32_t poly = 0; poly < m.PolygonCount(); ++poly) triangles += std::max<size_t>(m.PolygonVertices(poly).size(), 2) - 2;
-    out.triangles.reserve(3 * triangles);
-    for (int32_t poly = 0; poly < m.PolygonCount(); ++poly) {
-        const std::span<const int32_t> corners = m.PolygonVertices(poly);
-        for (size_t k = 1; k + 1 < corners.size(); ++k)
-            out.triangles.insert(out.triangles.end(),
-                                 {static_cast<uint32_t>(corners[0]), static_cast<uint32_t>(corners[k]), static_cast<uint32_t>(corners[k + 1])});
-    }
+    return triangles;
+}
+
+io::GltfMeshShape ShapeAt(const MeshPlan& plan, double frame, const GltfExportRequest& request) {
+    const mesh::PolyMesh& m = MeshOf(*plan.object)->mesh;
+    io::GltfMeshShape shape;
+    shape.name = U8(plan.object->name);
+    shape.points = static_cast<size_t>(m.VertexCount());
+    shape.triangles = TriangleCount(m);
+    shape.attributes = plan.names;
+    shape.colours = request.colours && plan.colourBy >= 0;
+    shape.extras["object"] = U8(plan.object->FullName());
+    for (size_t i = 0; i < plan.maps.size(); ++i) shape.extras[plan.names[i]] = U8(plan.maps[i]->FullName());
     // The host multiplies row vectors, (x, y, z, 1) * M: glTF's column-major matrix holds M's
     // rows in order.
     const XSI::MATH::CMatrix4 world = plan.object->GlobalAt(frame).GetMatrix4();
     for (short r = 0; r < 4; ++r)
-        for (short c = 0; c < 4; ++c) out.matrix[static_cast<size_t>(4 * r + c)] = world.GetValue(r, c);
-    return out;
+        for (short c = 0; c < 4; ++c) shape.matrix[static_cast<size_t>(4 * r + c)] = world.GetValue(r, c);
+    return shape;
+}
+
+// Positions in single floats and each polygon's fan of triangles, from plain arrays.
+void FillGeometry(const mesh::PolyMesh& m, io::GltfFile& file, size_t index) {
+    const std::span<float> positions = file.Positions(index);
+    const std::span<uint32_t> triangles = file.Triangles(index);
+    const std::span<const mesh::Vec3> p = m.Positions();
+    for (size_t i = 0; i < p.size(); ++i) {
+        positions[3 * i] = static_cast<float>(p[i].x);
+        positions[3 * i + 1] = static_cast<float>(p[i].y);
+        positions[3 * i + 2] = static_cast<float>(p[i].z);
+    }
+    file.SetPositionBounds(index);
+    size_t t = 0;
+    for (int32_t poly = 0; poly < m.PolygonCount(); ++poly) {
+        const std::span<const int32_t> corners = m.PolygonVertices(poly);
+        for (size_t k = 1; k + 1 < corners.size(); ++k) {
+            triangles[t++] = static_cast<uint32_t>(corners[0]);
+            triangles[t++] = static_cast<uint32_t>(corners[k]);
+            triangles[t++] = static_cast<uint32_t>(corners[k + 1]);
+        }
+    }
+}
+
+void FillMesh(const MeshPlan& plan, size_t index, io::GltfFile& file, const GltfExportRequest& request) {
+    const mesh::PolyMesh& m = MeshOf(*plan.object)->mesh;
+    // The geometry is plain data that reading the maps does not change (their operators write
+    // weight maps only): a worker converts it meanwhile, for large meshes.
+    std::optional<std::jthread> worker;
+    if (m.VertexCount() >= 100000) worker.emplace([&] { FillGeometry(m, file, index); });
+    // The maps are read through the object model, on this thread: their operators run on this read.
+    for (size_t i = 0; i < plan.maps.size(); ++i) ReadMapValues(*plan.maps[i], file.Attribute(index, i));
+    if (plan.colourBy >= 0 && request.colours) FillColours(file.Attribute(index, static_cast<size_t>(plan.colourBy)), file.Colours(index), request);
+    if (!worker) FillGeometry(m, file, index);
 }
 
 std::string FrameText(int frame, size_t digits) {
@@ -228,12 +246,13 @@ std::vector<std::filesystem::path> ExportGltf(Host& host, const GltfExportReques
     const double current = host.Frame();
     std::vector<std::filesystem::path> written;
     auto exportAt = [&](double frame, const std::filesystem::path& target) {
-        io::GltfDocument document;
-        for (const MeshPlan& plan : plans) document.meshes.push_back(MeshAt(plan, frame, request));
+        std::vector<io::GltfMeshShape> shapes;
+        for (const MeshPlan& plan : plans) shapes.push_back(ShapeAt(plan, frame, request));
+        io::GltfFile out(std::move(shapes));
+        for (size_t i = 0; i < plans.size(); ++i) FillMesh(plans[i], i, out, request);
         char text[32];
         std::snprintf(text, sizeof text, "%.17g", frame);
-        document.extras["frame"] = text;
-        io::WriteGltf(target, document);
+        out.Write(target, {{"frame", text}});
         written.push_back(target);
     };
     try {
