@@ -61,8 +61,9 @@ for frame in "$first" "$last"; do
   ((frame >= -2147483648 && frame <= 2147483647)) || die "the frame range \"$range\" has a frame beyond -2147483648 to 2147483647"
 done
 ((first <= last)) || die "the frame range \"$range\" is reversed: its first frame $first comes after its last, $last"
-[[ "$chunks" =~ ^[0-9]{1,5}$ ]] && ((10#$chunks >= 1 && 10#$chunks <= 10000)) ||
+if ! [[ "$chunks" =~ ^[0-9]{1,5}$ ]] || ((10#$chunks < 1 || 10#$chunks > 10000)); then
   die "\"$chunks\" chunks: expected a whole number from 1 to 10000"
+fi
 chunks=$((10#$chunks))
 
 [ -f "$script" ] || die "no scene script at $script (pass --script)"
@@ -83,4 +84,12 @@ done
 echo "bake_parallel: frames $first to $last in $chunks chunk(s): ${ranges[*]}" >&2
 # The command is quoted here, once; parallel quotes the range it puts in place of {}.
 command="$(printf '%q ' "$orbelin" run "$script") --frames {}"
-exec parallel --tag "$@" "$command" ::: "${ranges[@]}"
+status=0
+parallel --tag "$@" "$command" ::: "${ranges[@]}" || status=$?
+# parallel's status: the number of jobs that failed (1 to 100), 101 for more, 255 for its own errors.
+if ((status >= 1 && status <= 100)); then
+  echo "bake_parallel: $status chunk(s) failed (see their lines above)" >&2
+elif ((status != 0)); then
+  echo "bake_parallel: parallel ended with status $status" >&2
+fi
+exit "$status"
