@@ -1,9 +1,16 @@
 // The orbelin command: the stand-in host with the plug-in loaded, driven from the shell.
 //
 //   orbelin info [--plugin PATH]
-//   orbelin run SCRIPT.lua [--project DIR] [--plugin PATH]
-//   orbelin demo [--out DIR] [--plugin PATH]
+//   orbelin run SCRIPT.lua [--project DIR] [--frames A-B] [--plugin PATH]
+//   orbelin demo [--out DIR] [--only NAME,...] [--frames A-B] [--plugin PATH]
+//   orbelin export SCRIPT.lua FILE.glb|FILE.gltf [--objects P,...] [--weightmaps P,...] [--frames A-B]
+//                  [--colors] [--color-by MAP] [--colormap perceptual|diverging] [--range MIN,MAX]
+//                  [--project DIR] [--plugin PATH]
+//       runs the script, then writes its meshes with their weight maps as glTF, one file per
+//       frame of the range (the current frame without one)
 //
+// --frames gives the scripts the frame range A to B (or the one frame A) as the globals
+// FIRST_FRAME and LAST_FRAME; whole numbers, negative ones allowed ("-5-10", "-10--5").
 // A script stopped by Ctrl-C ends the command with 130, as a shell reports SIGINT.
 #include <unistd.h>
 
@@ -12,13 +19,16 @@
 #include <chrono>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <vector>
 
 #include "core/text.h"
+#include "frames.h"
 #include "io/file_out.h"
 #include "render/render.h"
 #include "scene/host.h"
+#include "script/gltf_export.h"
 #include "script/lua_host.h"
 
 namespace {
@@ -78,7 +88,13 @@ int Info(const fs::path& plugin) {
     return 0;
 }
 
-int Run(const fs::path& script, const fs::path& project, const fs::path& plugin) {
+// The globals that give a script its frame range, none when no range was asked for.
+standin::ScriptGlobals FrameGlobals(const std::optional<orbelin::app::FrameRange>& frames) {
+    if (!frames) return {};
+    return {{"FIRST_FRAME", static_cast<double>(frames->first)}, {"LAST_FRAME", static_cast<double>(frames->last)}};
+}
+
+int Run(const fs::path& script, const fs::path& project, const fs::path& plugin, const standin::ScriptGlobals& globals) {
     if (!fs::is_directory(project)) {
         std::cerr << "orbelin: no project folder at " << project.string() << "\n";
         return 1;
@@ -87,7 +103,30 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin)
     host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
     if (!Load(host, plugin)) return 1;
     fs::path file = script.is_absolute() || fs::exists(script) ? script : fs::absolute(project) / script;
-    return standin::RunScript(host, file, std::cerr);
+    return standin::RunScript(host, file, std::cerr, globals);
+}
+
+// Runs the script, then exports what `request` asks for over `range` (the frame the script
+// left without one).
+int Export(const fs::path& script, const fs::path& project, const fs::path& plugin, const std::optional<orbelin::app::FrameRange>& range,
+           standin::GltfExportRequest request) {
+    if (range && (range->first < -999999 || range->last > 999999)) {
+        std::cerr << "orbelin: export frames must lie within -999999 to 999999\n";
+        return 1;
+    }
+    if (!fs::is_directory(project)) {
+        std::cerr << "orbelin: no project folder at " << project.string() << "\n";
+        return 1;
+    }
+    standin::Host host(fs::absolute(project));
+    host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
+    if (!Load(host, plugin)) return 1;
+    fs::path file = script.is_absolute() || fs::exists(script) ? script : fs::absolute(project) / script;
+    if (int rc = standin::RunScript(host, file, std::cerr, FrameGlobals(range)); rc != 0) return rc;
+    if (range)
+        for (int f = range->first; f <= range->last; ++f) request.frames.push_back(f);
+    for (const fs::path& written : standin::ExportGltf(host, request)) std::cout << written.string() << "\n";
+    return 0;
 }
 
 // The examples the demo runs, in order, each writing into its own folder under the output
@@ -128,7 +167,8 @@ std::vector<fs::path> ExamplePlaces(const std::string& name) {
 
 // Runs one example in a scene of its own with its results in `out`/`name`, then lists the
 // pictures it wrote; `files` gets everything it wrote.
-int RunExample(const std::string& name, const fs::path& out, const fs::path& plugin, ExampleFiles& files) {
+int RunExample(const std::string& name, const fs::path& out, const fs::path& plugin, standin::ScriptGlobals globals,
+               ExampleFiles& files) {
     std::vector<fs::path> places = ExamplePlaces(name);
     auto script = std::find_if(places.begin(), places.end(), [](const fs::path& p) { return fs::is_regular_file(p); });
     if (script == places.end()) {
@@ -149,7 +189,8 @@ int RunExample(const std::string& name, const fs::path& out, const fs::path& plu
     // Timestamps of some file systems are coarse: a second's slack, so that nothing just
     // written is missed.
     const auto started = fs::file_time_type::clock::now() - std::chrono::seconds(1);
-    if (int rc = standin::RunScript(host, *script, std::cerr, {{"OUTPUT_DIR", out.string()}}); rc != 0) return rc;
+    globals["OUTPUT_DIR"] = out.string();
+    if (int rc = standin::RunScript(host, *script, std::cerr, globals); rc != 0) return rc;
 
     files.folder = results;
     for (auto it = fs::recursive_directory_iterator(results); it != fs::recursive_directory_iterator(); ++it) {
@@ -200,8 +241,9 @@ void WriteIndex(const std::vector<ExampleFiles>& runs, const fs::path& out, cons
 }
 
 // Runs the examples of the demo (all, or those named in `only`), each into its own folder
-// under `outArg`, then writes the contact sheet and the index beside those folders.
-int Demo(const fs::path& outArg, const fs::path& plugin, const std::vector<std::string>& only) {
+// under `outArg` and with `globals` set, then writes the contact sheet and the index beside
+// those folders.
+int Demo(const fs::path& outArg, const fs::path& plugin, const std::vector<std::string>& only, const standin::ScriptGlobals& globals) {
     for (const std::string& name : only)
         if (std::none_of(std::begin(kDemoExamples), std::end(kDemoExamples), [&](const DemoExample& e) { return name == e.name; })) {
             std::cerr << "orbelin: the demo has no example \"" << name << "\"; it has:";
@@ -214,7 +256,7 @@ int Demo(const fs::path& outArg, const fs::path& plugin, const std::vector<std::
     for (const DemoExample& example : kDemoExamples) {
         if (!only.empty() && std::find(only.begin(), only.end(), example.name) == only.end()) continue;
         runs.push_back({&example, {}, {}, {}, {}});
-        if (int rc = RunExample(example.name, out, plugin, runs.back()); rc != 0) return rc;
+        if (int rc = RunExample(example.name, out, plugin, globals, runs.back()); rc != 0) return rc;
     }
     const fs::path sheet = out / "contact_sheet.png", index = out / "index.txt";
     WriteContactSheet(runs, sheet);
@@ -244,12 +286,36 @@ int main(int argc, char** argv) {
     demo->add_option("--out", out, "the folder the results go into (default: out/ here)");
     std::vector<std::string> only;
     demo->add_option("--only", only, "run only these examples (by name, e.g. smooth,chain)")->delimiter(',');
+    CLI::App* exporter = app.add_subcommand("export", "run a scene script, then write its meshes with their weight maps as glTF (.glb or .gltf)");
+    standin::GltfExportRequest request;
+    std::string exportFile;
+    std::vector<double> range;
+    exporter->add_option("script", script, "the scene script")->required();
+    exporter->add_option("file", exportFile, "the glTF file (.glb binary, .gltf text); a run of # in its name becomes the frame")->required();
+    exporter->add_option("--project", project, "the project folder (relative paths resolve here)");
+    exporter->add_option("--objects", request.objects, "the meshes to write (default: every mesh, or those of --weightmaps)")->delimiter(',');
+    exporter->add_option("--weightmaps", request.weightmaps, "the weight maps to write (default: every map of each mesh)")->delimiter(',');
+    exporter->add_flag("--colors", request.colours, "also write each mesh's first map as vertex colours (COLOR_0)");
+    exporter->add_option("--color-by", request.colourBy, "the weight map the colours show (implies --colors)");
+    exporter->add_option("--colormap", request.colourMap, "perceptual (default) or diverging");
+    exporter->add_option("--range", range, "MIN,MAX: the values the colours span (default 0,1)")->delimiter(',')->expected(2);
+    std::string frames;
+    for (CLI::App* command : {run, demo, exporter})
+        command->add_option("--frames", frames, "the frame range A-B (or the one frame A) the scripts play, as FIRST_FRAME and LAST_FRAME");
 
     CLI11_PARSE(app, argc, argv);
     try {
+        std::optional<orbelin::app::FrameRange> frameRange;
+        if (run->count("--frames") + demo->count("--frames") + exporter->count("--frames") > 0) frameRange = orbelin::app::ParseFrameRange(frames);
         if (info->parsed()) return Info(plugin);
-        if (run->parsed()) return Run(script, project, plugin);
-        if (demo->parsed()) return Demo(out, plugin, only);
+        if (run->parsed()) return Run(script, project, plugin, FrameGlobals(frameRange));
+        if (demo->parsed()) return Demo(out, plugin, only, FrameGlobals(frameRange));
+        if (exporter->parsed()) {
+            request.file = exportFile;
+            request.colours = request.colours || !request.colourBy.empty();
+            if (range.size() == 2) request.rangeMin = range[0], request.rangeMax = range[1];
+            return Export(script, project, plugin, frameRange, request);
+        }
     } catch (const std::exception& e) {
         std::cerr << "orbelin: " << e.what() << "\n";
         return 1;

@@ -5,11 +5,16 @@
 --   orbelin run examples/chain.lua --project .    (writes into out/chain/)
 --   orbelin demo --out DIR                        (writes into DIR/chain/)
 --
--- Set before the script runs (orbelin demo sets it):
+-- Set before the script runs (orbelin demo sets the first, --frames A-B the others):
 --   OUTPUT_DIR   the folder the results go into (default "out", relative to the project folder)
+--   FIRST_FRAME, LAST_FRAME   the frames the motion spans (default 1 to 20); every link pictured
+--                on the middle frame (10) and the last, the playback on the frame that reads
+--                the middle one (19)
 
 local out = (OUTPUT_DIR or "out") .. "/chain"
-local first, last = 1, 20
+local first, last = FIRST_FRAME or 1, LAST_FRAME or 20
+local middle = math.max(first, first - 1 + math.floor((last - first + 1) / 2))
+local replay = first + 2 * (middle - first)   -- at half speed it reads the middle frame
 
 SetValue("PlayControl.In", first)
 SetValue("PlayControl.Out", last)
@@ -63,7 +68,7 @@ end
 
 -- The mix smoothed at rest; the picture makes the folder the cache writes into (a cache root
 -- must exist).
-picture("mixed_smoothed_frame01.png", mixed, "Mixed and smoothed, frame 1")
+picture(string.format("mixed_smoothed_frame%02d.png", first), mixed, "Mixed and smoothed, frame " .. first)
 
 SelectObj(mixed)
 ExecuteCommand("Orbelin_zrCacheMapApplyCmd", {})
@@ -75,8 +80,8 @@ SetValue(cache .. ".OpMode", 4)
 for frame = first, last do
   SetFrame(frame)
   GetWeights(mixed)
-  if frame == 10 then WriteWeightsCSV(mixed, out .. "/recorded_frame10.csv") end
-  if frame == 10 or frame == last then
+  if frame == middle then WriteWeightsCSV(mixed, string.format("%s/recorded_frame%02d.csv", out, frame)) end
+  if frame == middle or frame == last then
     picture(string.format("proximity_frame%02d.png", frame), near, "Proximity Map, frame " .. frame)
     picture(string.format("tension_frame%02d.png", frame), tension, "Tension Map, frame " .. frame)
     picture(string.format("mixed_smoothed_frame%02d.png", frame), mixed, "Mixed and smoothed, frame " .. frame)
@@ -87,8 +92,9 @@ end
 SetValue(cache .. ".OpMode", 3)                 -- Read From File
 SetValue(cache .. ".TimingMode", 1)
 SetValue(cache .. ".TimingScale", 0.5)
-SetFrame(19)
-WriteWeightsCSV(mixed, out .. "/half_speed_frame19.csv")
-picture("half_speed_frame19.png", mixed, "Cache at half speed: frame 19 reads 10")
+SetFrame(replay)
+WriteWeightsCSV(mixed, string.format("%s/half_speed_frame%02d.csv", out, replay))
+picture(string.format("half_speed_frame%02d.png", replay), mixed,
+        string.format("Cache at half speed: frame %d reads %d", replay, middle))
 print("pictures written to " .. out .. "/: " .. table.concat(pictures, ", "))
 print("cache files in " .. out .. "/Scene_Root/tube/")

@@ -4,20 +4,21 @@
 --   orbelin run examples/mix.lua --project .    (writes into out/mix/)
 --   orbelin demo --out DIR                      (writes into DIR/mix/)
 --
--- Set before the script runs (orbelin demo sets the first):
+-- Set before the script runs (orbelin demo sets the first, --frames A-B the others):
 --   OUTPUT_DIR   the folder the results go into (default "out", relative to the project folder)
---   LAST_FRAME   play only up to this frame (default 30)
+--   FIRST_FRAME, LAST_FRAME   the frames the move spans (default 1 to 30); pictures of the frame
+--                a quarter of the way and of the last one
 
 local out = (OUTPUT_DIR or "out") .. "/mix"
-local last = LAST_FRAME or 30
+local first, last = FIRST_FRAME or 1, LAST_FRAME or 30
 
 local floor = CreatePrim("Grid", "floor", {sizex = 20, sizez = 20, subdivu = 80, subdivv = 80})
 local ball = CreatePrim("Sphere", "ball", {radius = 1, subdivu = 24, subdivv = 12})
 local ring = CreateCircle("ring", 1.5, 16)
-SetTransform(ball, {pos = {-7, 1, -4}}, 1)
-SetTransform(ball, {pos = {6, 1, 3}}, 30)
-SetTransform(ring, {pos = {6, 1.5, -5}, rot = {90, 0, 0}}, 1)
-SetTransform(ring, {pos = {-6, 1.5, 5}, rot = {90, 0, 0}}, 30)
+SetTransform(ball, {pos = {-7, 1, -4}}, first)
+SetTransform(ball, {pos = {6, 1, 3}}, last)
+SetTransform(ring, {pos = {6, 1.5, -5}, rot = {90, 0, 0}}, first)
+SetTransform(ring, {pos = {-6, 1.5, 5}, rot = {90, 0, 0}}, last)
 
 -- One Proximity Map per object, each on a weight map of its own.
 local function proximity(name, object)
@@ -47,9 +48,10 @@ SetValue(mixProp .. ".Factor_1", 1)
 
 local camera = {eye = {0.6, 16.5, 23.5}, target = {0.6, -1.5, 0}, fov = 39}
 local pictures = {}
-for frame = 1, last do
+local quarter = first + math.floor((last - first) / 4)
+for frame = first, last do
   SetFrame(frame)
-  if frame == 8 or frame == last then
+  if frame == quarter or frame == last then
     for _, shown in ipairs({{ballMap, "ball"}, {ringMap, "hoop"}, {mixed, "mix"}}) do
       local file = string.format("%s_frame%02d.png", shown[2], frame)
       RenderPreview(out .. "/" .. file, {

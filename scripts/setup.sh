@@ -6,6 +6,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   liblua5.1-0-dev libtinyobjloader-dev libpng-dev nlohmann-json3-dev libcli11-dev libtinygltf-dev
   clang libclang-rt-14-dev
+  parallel rsync
 )
 missing=()
 for p in "${packages[@]}"; do

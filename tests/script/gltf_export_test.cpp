@@ -155,3 +155,48 @@ TEST_F(GltfExport, WhatCannotBeExportedIsRefusedAndNothingWritten) {
 }
 
 }  // namespace
+
+namespace {
+
+// `orbelin export` as people run it: the script first, then one file per frame of the range.
+TEST(GltfExportCommand, RunsTheScriptThenWritesEachFrame) {
+    const fs::path dir = fs::temp_directory_path() / ("orbelin_export_command_" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    std::ofstream(dir / "scene.lua") << "local g = CreatePrim('Grid', 'g', {subdivu = 2, subdivv = 2})\n"
+                                        "local m = ExecuteCommand('CreateWeightMap', {'', g, 'W', '', false})[1]\n"
+                                        "SetWeights(m, {0, 0.25, 0.5, 0.75, 1, 0.75, 0.5, 0.25, 0})\n"
+                                        "SetTransform(g, {pos = {0, 0, 0}}, 1)\n"
+                                        "SetTransform(g, {pos = {0, 3, 0}}, 3)\n";
+    const std::string command = scripttest::ShellQuoted(ORBELIN_COMMAND_PATH) + " export scene.lua 'out/g_##.gltf' --frames 1-3 --colors --range 0,2" +
+                                " --plugin " + scripttest::ShellQuoted(ORBELIN_PLUGIN_PATH) + " --project " + scripttest::ShellQuoted(dir.string());
+    std::string output;
+    ASSERT_EQ(scripttest::RunCommand(command, dir / "log", output), 0) << output;
+    for (int f = 1; f <= 3; ++f) {
+        const fs::path file = dir / "out" / ("g_0" + std::to_string(f) + ".gltf");
+        EXPECT_NE(output.find(file.string()), std::string::npos) << output;
+        const tinygltf::Model model = gltf_read::Load(file);
+        ASSERT_EQ(model.meshes.size(), 1u);
+        EXPECT_EQ(gltf_read::Attribute(model, 0, "_WEIGHT_W"), (std::vector<float>{0, 0.25f, 0.5f, 0.75f, 1, 0.75f, 0.5f, 0.25f, 0}));
+        const std::vector<double>& matrix = model.nodes.at(0).matrix;  // left out when it is the identity
+        EXPECT_NEAR(matrix.empty() ? 0.0 : matrix.at(13), 1.5 * (f - 1), 1e-9) << "the object's height at frame " << f;
+        EXPECT_EQ(matrix.empty(), f == 1);
+        // Colours over 0..2: the highest weight, 1, sits in the middle of the map, not at its end.
+        const std::vector<float> colours = gltf_read::Attribute(model, 0, "COLOR_0");
+        ASSERT_EQ(colours.size(), 27u);
+        EXPECT_NE(colours[3 * 4 + 1], colours[0 + 1]);
+    }
+    // A bad range is refused before the script runs.
+    std::string reversed = command;
+    reversed.replace(reversed.find("--frames 1-3"), 12, "--frames 3-1");
+    EXPECT_EQ(scripttest::RunCommand(reversed, dir / "log", output), 1) << output;
+    EXPECT_NE(output.find("reversed"), std::string::npos) << output;
+    EXPECT_EQ(scripttest::RunCommand(scripttest::ShellQuoted(ORBELIN_COMMAND_PATH) + " export scene.lua g.png --plugin " +
+                                         scripttest::ShellQuoted(ORBELIN_PLUGIN_PATH) + " --project " + scripttest::ShellQuoted(dir.string()),
+                                     dir / "log", output),
+              1);
+    EXPECT_NE(output.find("must end in .glb (binary) or .gltf (text)"), std::string::npos) << output;
+    fs::remove_all(dir);
+}
+
+}  // namespace

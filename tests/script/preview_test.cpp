@@ -189,7 +189,7 @@ TEST_F(PreviewTest, ClearErrors) {
     }
 }
 
-// The proximity example as the demo runs it, cut to its first 10 frames: weights and a picture
+// The proximity example as the demo runs it, its roll cut to 10 frames: weights and a picture
 // in the folder it is given, the trail wet.
 TEST(ProximityExample, WritesWeightsAndAPictureOfTheTrailWhereItIsTold) {
     fs::path dir = fs::temp_directory_path() / ("orbelin_proximity_example_" + std::to_string(::getpid()));
