@@ -1,6 +1,8 @@
 -- Gradient Maps built from root clusters on a torus and on a standing figure (examples/figure.obj,
 -- made by examples/make_figure.py): the ring distance, the curvature, the singular and
--- local-maximum vertices, and UV strips climbing the gradient, as a checker and as a flat layout.
+-- local-maximum vertices, and UV strips climbing the gradient, as a checker and as a flat layout;
+-- then a plate from one point three ways: the ring count, the shortest path along the edges and
+-- the geodesic distance across the faces (DistanceMode 0, 1 and 2), and the figure's geodesic.
 --
 --   orbelin run examples/gradient.lua --project .    (writes into out/gradient/)
 --   orbelin demo --out DIR                           (writes into DIR/gradient/)
@@ -61,5 +63,29 @@ local figure = ImportObj(here .. "figure.obj", "figure")
 local feet = {}
 for i = 1, 24 do feet[#feet + 1] = i end
 show("figure", figure, CreateCluster(figure, "pnt", feet, "Feet"), {eye = {9, 6, 12}, target = {0, 3, 0}, fov = 38})
+
+-- One point in the middle of a plate, three distances: rings make a square, edge paths a
+-- diamond (a step along x then z is two edges), the geodesic a circle.
+local plate = CreatePrim("Grid", "plate", {sizex = 10, sizez = 10, subdivu = 40, subdivv = 40})
+local centre = CreateCluster(plate, "pnt", {20 * 41 + 20}, "Centre")
+local above = {eye = {0, 17, 0.01}, target = {0, 0, 0}, up = {0, 0, -1}, fov = 40}
+for _, m in ipairs({{0, "rings", "ring count"}, {1, "edge_paths", "shortest path along the edges"}, {2, "geodesic", "geodesic across the faces"}}) do
+  local started = os.clock()
+  ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {plate, centre, false, false, false, false, m[1]})
+  local map = plate .. ".polymsh.cls.WeightMapCls.GradientWeightMap"
+  print(string.format("plate, DistanceMode %d (%s): built in %.1f ms", m[1], m[3], (os.clock() - started) * 1000))
+  RenderPreview(out .. "/plate_" .. m[2] .. ".png", {weightmap = map, range = {0, 1}, camera = above, width = 480, height = 480,
+                                                     objects = {}, title = string.format("DistanceMode %d: %s", m[1], m[3])})
+  WriteWeightsCSV(map, out .. "/plate_" .. m[2] .. ".csv")
+end
+
+-- The figure's distance from its feet across its surface (the ring count is above).
+local started = os.clock()
+ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {figure, figure .. ".polymsh.cls.Feet", false, false, false, false, 2})
+print(string.format("figure, geodesic: built in %.1f ms", (os.clock() - started) * 1000))
+RenderPreview(out .. "/figure_geodesic.png", {weightmap = figure .. ".polymsh.cls.WeightMapCls.GradientWeightMap", range = {0, 1},
+                                              width = 640, height = 480, objects = {},
+                                              camera = {eye = {9, 6, 12}, target = {0, 3, 0}, fov = 38},
+                                              title = "figure: geodesic distance from the feet"})
 
 print("pictures written to " .. out .. "/")
