@@ -3,15 +3,28 @@
 // Both give, per vertex, the distance from the nearest root, +infinity where no root reaches:
 // - EdgePathDistances: the shortest path along the edges (neighbour lists), each edge as long
 //   as the straight line between its two points (Dijkstra).
-// - GeodesicDistances: a distance across the faces by the heat method. The polygons are cut
-//   into fans of triangles from their first corner; with the cotangent Laplacian L and the
-//   lumped mass M (a third of the area of each triangle around a vertex), one implicit heat
-//   step (M + t L) u = roots' indicator with t = (mean edge length)^2, the heat's gradient per
-//   triangle normalised and turned away from the roots, its divergence, and the Poisson
-//   equation L d = -div solved with d = 0 at the roots. Both systems are solved by conjugate
-//   gradients (Jacobi preconditioner), the Poisson one starting from the edge-path distances.
-//   Only vertices joined to a root through triangles are reached; small negative values left
-//   by the solve read 0.
+// - GeodesicDistances: a distance across the faces by fast marching. The polygons are cut into
+//   fans of triangles from their first corner; triangles of no area are left out. Vertices
+//   settle nearest first from a heap, as in Dijkstra, and when one settles each triangle
+//   around it offers its other corners two ways on: along the edge, and across the triangle
+//   from its two settled corners a and b. The way across takes their distances as coming from
+//   one point S, unfolded into the triangle's plane on the far side of ab (|S - a| = d(a),
+//   |S - b| = d(b)), and gives |S - c| when the straight line from S to c crosses ab; when it
+//   does not, the shortest way bends round a or b and the edges' way stands. An obtuse corner
+//   can settle before the two corners its way across needs: it is opened again when they have
+//   settled (at most four times, so the work stays O(n log n) on any mesh).
+//   Accuracy: exact on a flat or unrollable mesh from point roots (to rounding); from a
+//   straight row of roots, whose front is a line and not a circle, it reads short by up to
+//   about an eighth of a step, an error that stops growing a few steps out (1.2% at 10 steps
+//   on a square grid, less farther out); within 0.4% from a point on a flat grid whose points
+//   are moved by up to 0.35 of a step; within 2% of the arc length on a sphere, the
+//   worst near the point opposite the root, where the fronts meet.
+//   Chosen over the heat method (a heat step, then a Poisson equation over the heat's
+//   normalised gradient): the heat decays like e^(-distance/step), so far from the roots its
+//   gradient is lost below the solver's tolerance, and the two sparse solves took over a hundred
+//   times the marching's time on a large mesh. A Poisson pass over the marching's directions
+//   is not made: the marching alone is within the figures above.
+//   Only vertices joined to a root through triangles are reached.
 //
 // Restriction: as in the ring walk, when a root lies in the target list only target vertices
 // are walked (edges, or triangles whose corners are all targets).
@@ -45,7 +58,7 @@ struct MetricInput {
     std::span<const int32_t> targets;
 };
 
-// Called now and then during the geodesic solves; returning false stops them (the result is
+// Called now and then during the geodesic marching; returning false stops it (the result is
 // then empty).
 using KeepGoing = std::function<bool()>;
 
