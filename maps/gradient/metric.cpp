@@ -61,11 +61,14 @@ double EdgeLength(const MetricInput& in, size_t a, size_t b) {
     return d;
 }
 
-std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& allowed) {
-    const size_t n = in.neighbours.vertexCount;
-    std::vector<double> dist(n, kInf);
-    using Item = std::pair<double, uint32_t>;
-    std::priority_queue<Item, std::vector<Item>, std::greater<Item>> queue;
+// Vertices by distance, nearest first.
+using Item = std::pair<double, uint32_t>;
+using Queue = std::priority_queue<Item, std::vector<Item>, std::greater<Item>>;
+
+// Distances of +infinity but 0 at the roots, which the queue starts with.
+Queue StartAtRoots(const MetricInput& in, std::vector<double>& dist) {
+    dist.assign(in.neighbours.vertexCount, kInf);
+    Queue queue;
     for (int32_t r : in.roots) {
         const auto v = static_cast<uint32_t>(r);
         if (dist[v] != 0.0) {
@@ -74,6 +77,12 @@ std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& 
             queue.push({0.0, v});
         }
     }
+    return queue;
+}
+
+std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& allowed) {
+    std::vector<double> dist;
+    Queue queue = StartAtRoots(in, dist);
     while (!queue.empty()) {
         const auto [d, v] = queue.top();
         queue.pop();
@@ -96,18 +105,21 @@ std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& 
 // allowed, apart from degenerate ones, and the triangles around each vertex.
 struct Fans {
     std::vector<std::array<uint32_t, 3>> triangles;
+    std::vector<Vec> normals;     // per triangle, of unit length, in the order of its corners
     std::vector<uint8_t> obtuse;  // per triangle, bit i: the angle at corner i is over a right angle
     std::vector<uint32_t> offsets, around;  // triangles around v: around[offsets[v] .. offsets[v+1])
 };
 
-// False for a triangle of no area (or one too thin to measure): its corners, if nothing else
-// joins them, stay apart.
-bool HasArea(const Vec& a, const Vec& b, const Vec& c, double ab, double bc, double ca) {
-    const double longest = std::max({ab, bc, ca});
-    if (!(longest > 0.0)) return false;
-    const Vec u = Sub(b, a), v = Sub(c, a);
-    const Vec us{u[0] / longest, u[1] / longest, u[2] / longest}, vs{v[0] / longest, v[1] / longest, v[2] / longest};
-    return Norm(Cross(us, vs)) > 1e-12;
+// The normal of the triangle (a, b, c) in the order of its corners, worked out at the scale of
+// its longest side so that far-out points do not overflow; its length is then 0 for a
+// triangle of no area.
+Vec ScaledNormal(const Vec& a, const Vec& b, const Vec& c) {
+    Vec u = Sub(b, a), v = Sub(c, a);
+    const double scale = std::max({std::abs(u[0]), std::abs(u[1]), std::abs(u[2]), std::abs(v[0]), std::abs(v[1]),
+                                   std::abs(v[2])});
+    if (!(scale > 0.0)) return {0.0, 0.0, 0.0};
+    for (size_t i = 0; i < 3; ++i) u[i] /= scale, v[i] /= scale;
+    return Cross(u, v);
 }
 
 Fans CutIntoFans(const MetricInput& in, const std::vector<uint8_t>& allowed) {
@@ -128,14 +140,17 @@ Fans CutIntoFans(const MetricInput& in, const std::vector<uint8_t>& allowed) {
             const std::array<uint32_t, 3> t{in.corners[begin], in.corners[c], in.corners[c + 1]};
             if (!allowed[t[0]] || !allowed[t[1]] || !allowed[t[2]]) continue;
             if (t[0] == t[1] || t[1] == t[2] || t[0] == t[2]) continue;
-            const Vec a = Point(in, t[0]), b = Point(in, t[1]), c3 = Point(in, t[2]);
-            if (!HasArea(a, b, c3, EdgeLength(in, t[0], t[1]), EdgeLength(in, t[1], t[2]), EdgeLength(in, t[2], t[0])))
-                continue;
-            fans.triangles.push_back(t);
-            const std::array<Vec, 3> p{a, b, c3};
+            for (size_t i = 0; i < 3; ++i) (void)EdgeLength(in, t[i], t[(i + 1) % 3]);
+            const std::array<Vec, 3> p{Point(in, t[0]), Point(in, t[1]), Point(in, t[2])};
+            // A triangle of no area (or too thin to measure) joins nothing.
+            const Vec normal = ScaledNormal(p[0], p[1], p[2]);
+            const double area = Norm(normal);
+            if (!(area > 1e-12)) continue;
             uint8_t mask = 0;
             for (size_t i = 0; i < 3; ++i)
                 if (Dot(Sub(p[(i + 1) % 3], p[i]), Sub(p[(i + 2) % 3], p[i])) < 0.0) mask |= static_cast<uint8_t>(1u << i);
+            fans.triangles.push_back(t);
+            fans.normals.push_back({normal[0] / area, normal[1] / area, normal[2] / area});
             fans.obtuse.push_back(mask);
             for (uint32_t v : t) ++fans.offsets[v + 1];
         }
@@ -148,26 +163,56 @@ Fans CutIntoFans(const MetricInput& in, const std::vector<uint8_t>& allowed) {
     return fans;
 }
 
-// The way across the triangle (a, b, c) to c from the distances da at a and db at b (see the
-// header): |S - c|, or +infinity when no point S fits them or the line from it to c misses ab.
-double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, double da, double db) {
+// Where a vertex's distance comes from: d = |vertex - point| + offset, `point` lying in the
+// plane of unit normal `plane` through the vertex (no normal for a root, whose point is itself).
+struct Origin {
+    Vec point{};
+    Vec plane{0.0, 0.0, 0.0};
+    double offset = 0.0;
+};
+
+// `s`, lying in the plane of unit normal `from`, turned about the line where that plane meets
+// the plane of unit normal `to`, into the latter (as a hinge opens); false for a turn of more
+// than about 160 degrees: a fold nearly flat onto itself, or a polygon wound against its
+// neighbours.
+bool Turn(const Vec& s, const Vec& from, const Vec& to, Vec& out) {
+    const double c = Dot(from, to);
+    if (!(c > -0.94)) return false;
+    const Vec k = Cross(from, to), ks = Cross(k, s);
+    const double f = Dot(k, s) / (1.0 + c);
+    out = {c * s[0] + ks[0] + f * k[0], c * s[1] + ks[1] + f * k[1], c * s[2] + ks[2] + f * k[2]};
+    return true;
+}
+
+// The way across the triangle (a, b, c) to c from the point `from`: a point S at its distances
+// from a and b, in the triangle's plane on the far side of ab from c; |S - c|, or +infinity
+// when `from` lies on c's side, no such point exists, or the line from S to c misses ab.
+double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, const Vec& from, Vec& source) {
+    const double ra = Norm(Sub(from, a)), rb = Norm(Sub(from, b));
     const Vec ab = Sub(b, a), ac = Sub(c, a);
     const double length = Norm(ab);
+    const Vec e1{ab[0] / length, ab[1] / length, ab[2] / length};
     // c in the plane: x along ab from a, y > 0 across it.
-    const double cx = Dot(ac, ab) / length, cy = Norm(Cross(ab, ac)) / length;
-    const double sx = 0.5 * ((da - db) * (da + db) / length + length);
-    double across = (da - sx) * (da + sx);
-    if (across < 0.0) {
-        // Rounding around a source on the line ab; otherwise da and db fit no point.
-        if (!(across > -1e-12 * (da * da + db * db + length * length))) return kInf;
-        across = 0.0;
+    const double cx = Dot(ac, e1);
+    const Vec across{ac[0] - cx * e1[0], ac[1] - cx * e1[1], ac[2] - cx * e1[2]};
+    const double cy = Norm(across);
+    if (Dot(Sub(from, a), across) > 1e-9 * length * cy) return kInf;
+    const double sx = 0.5 * ((ra - rb) * (ra + rb) / length + length);
+    double height = (ra - sx) * (ra + sx);
+    if (height < 0.0) {
+        // Rounding around a point on the line ab; otherwise ra and rb fit no point.
+        if (!(height > -1e-12 * (ra * ra + rb * rb + length * length))) return kInf;
+        height = 0.0;
     }
-    const double sy = -std::sqrt(across);
+    const double sy = -std::sqrt(height);
     const double crossing = sx + (cx - sx) * (-sy / (cy - sy));
     const double slack = 1e-9 * length;
     if (!(crossing >= -slack && crossing <= length + slack)) return kInf;
-    const double d = std::hypot(cx - sx, cy - sy);
-    return std::isfinite(d) ? d : kInf;
+    const double distance = std::hypot(cx - sx, cy - sy);
+    if (!std::isfinite(distance)) return kInf;
+    const double up = sy / cy;
+    for (size_t i = 0; i < 3; ++i) source[i] = a[i] + sx * e1[i] + up * across[i];
+    return distance;
 }
 
 }  // namespace
@@ -184,23 +229,12 @@ std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& ke
     const Fans fans = CutIntoFans(in, allowed);
     auto at = [&](size_t v) { return Vec{in.points[3 * v], in.points[3 * v + 1], in.points[3 * v + 2]}; };
 
-    std::vector<double> dist(n, kInf);
-    std::vector<uint8_t> done(n, 0);
-    using Item = std::pair<double, uint32_t>;
-    std::priority_queue<Item, std::vector<Item>, std::greater<Item>> queue;
-    for (int32_t r : in.roots) {
-        const auto v = static_cast<uint32_t>(r);
-        if (dist[v] != 0.0) {
-            (void)Point(in, v);
-            dist[v] = 0.0;
-            queue.push({0.0, v});
-        }
-    }
-    // A corner settles when it is the nearest unsettled one, as in Dijkstra. At an obtuse corner
-    // the way across can come from two corners that settle after it: it is then opened again
-    // (a few times at most, so the work stays bounded whatever the mesh).
+    std::vector<double> dist;
+    Queue queue = StartAtRoots(in, dist);
+    std::vector<Origin> origin(n);
+    for (int32_t r : in.roots) origin[static_cast<size_t>(r)].point = at(static_cast<size_t>(r));
+    std::vector<uint8_t> done(n, 0), reopened(n, 0);
     constexpr uint8_t kMostReopenings = 4;
-    std::vector<uint8_t> reopened(n, 0);
     size_t settled = 0;
     while (!queue.empty()) {
         const auto [d, v] = queue.top();
@@ -212,22 +246,43 @@ std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& ke
         for (uint32_t k = fans.offsets[v]; k < fans.offsets[v + 1]; ++k) {
             const uint32_t triangle = fans.around[k];
             const std::array<uint32_t, 3>& t = fans.triangles[triangle];
+            const Vec& normal = fans.normals[triangle];
             const size_t corner = t[0] == v ? 0 : t[1] == v ? 1 : 2;
             for (const size_t side : {size_t{1}, size_t{2}}) {
                 const size_t iu = (corner + side) % 3;
                 const uint32_t u = t[iu], w = t[(corner + 3 - side) % 3];
                 const bool again = done[u] != 0;
-                if (again && (!done[w] || !(fans.obtuse[triangle] >> iu & 1u) || reopened[u] == kMostReopenings))
-                    continue;
-                const Vec pu = at(u);
-                double best = again ? kInf : d + Norm(Sub(pu, pv));
-                if (done[w]) best = std::min(best, AcrossTriangle(pv, at(w), pu, d, dist[w]));
+                if (again && (!(fans.obtuse[triangle] >> iu & 1u) || reopened[u] == kMostReopenings)) continue;
+                const Vec pu = at(u), pw = at(w);
+                double best = kInf;
+                Origin from;
+                if (!again) {
+                    // Along the edge: straight on from v's origin, or bending round v.
+                    best = d + Norm(Sub(pu, pv));
+                    const Origin& o = origin[v];
+                    const bool straight =
+                        Dot(o.plane, o.plane) > 0.0 && Norm(Sub(pu, o.point)) + o.offset >= best * (1.0 - 1e-12);
+                    from = straight ? o : Origin{pv, normal, d};
+                }
+                // Across the triangle from the origin of a settled corner, turned into its plane.
+                for (const uint32_t x : {v, w}) {
+                    if (!done[x]) continue;
+                    const Origin& o = origin[x];
+                    const Vec px = x == v ? pv : pw;
+                    Vec turned{}, source{};
+                    if (!Turn(Sub(o.point, px), o.plane, normal, turned)) continue;
+                    const double way =
+                        AcrossTriangle(pv, pw, pu, {px[0] + turned[0], px[1] + turned[1], px[2] + turned[2]}, source) +
+                        o.offset;
+                    if (way < best) best = way, from = {source, normal, o.offset};
+                }
                 if (!(best < (again ? dist[u] * (1.0 - 1e-9) : dist[u]))) continue;
                 if (again) {
                     done[u] = 0;
                     ++reopened[u];
                 }
                 dist[u] = best;
+                origin[u] = from;
                 queue.push({best, u});
             }
         }
