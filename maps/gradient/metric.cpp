@@ -163,12 +163,15 @@ Fans CutIntoFans(const MetricInput& in, const std::vector<uint8_t>& allowed) {
     return fans;
 }
 
-// Where a vertex's distance comes from: d = |vertex - point| + offset, `point` lying in the
-// plane of unit normal `plane` through the vertex (no normal for a root, whose point is itself).
+// Where a vertex's distance comes from: `corner`, a root or a corner the way bends round, at
+// distance `offset` from the roots, and `point` standing for it, unfolded into the plane of
+// unit normal `plane` through the vertex (no normal for a root, whose point is itself), with
+// distance = |vertex - point| + offset.
 struct Origin {
     Vec point{};
     Vec plane{0.0, 0.0, 0.0};
     double offset = 0.0;
+    uint32_t corner = 0;
 };
 
 // `s`, lying in the plane of unit normal `from`, turned about the line where that plane meets
@@ -184,11 +187,10 @@ bool Turn(const Vec& s, const Vec& from, const Vec& to, Vec& out) {
     return true;
 }
 
-// The way across the triangle (a, b, c) to c from the point `from`: a point S at its distances
-// from a and b, in the triangle's plane on the far side of ab from c; |S - c|, or +infinity
-// when `from` lies on c's side, no such point exists, or the line from S to c misses ab.
-double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, const Vec& from, Vec& source) {
-    const double ra = Norm(Sub(from, a)), rb = Norm(Sub(from, b));
+// The way across the triangle (a, b, c) to c from a point at distance ra from a and rb from b,
+// placed in the triangle's plane on the far side of ab from c (`source`): its distance from c,
+// or +infinity when no point is at those distances or the line from it to c misses ab.
+double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, double ra, double rb, Vec& source) {
     const Vec ab = Sub(b, a), ac = Sub(c, a);
     const double length = Norm(ab);
     const Vec e1{ab[0] / length, ab[1] / length, ab[2] / length};
@@ -196,7 +198,6 @@ double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, const Vec& from,
     const double cx = Dot(ac, e1);
     const Vec across{ac[0] - cx * e1[0], ac[1] - cx * e1[1], ac[2] - cx * e1[2]};
     const double cy = Norm(across);
-    if (Dot(Sub(from, a), across) > 1e-9 * length * cy) return kInf;
     const double sx = 0.5 * ((ra - rb) * (ra + rb) / length + length);
     double height = (ra - sx) * (ra + sx);
     if (height < 0.0) {
@@ -213,6 +214,12 @@ double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, const Vec& from,
     const double up = sy / cy;
     for (size_t i = 0; i < 3; ++i) source[i] = a[i] + sx * e1[i] + up * across[i];
     return distance;
+}
+
+// The same from the point `from` in the triangle's plane; +infinity when it lies on c's side.
+double AcrossTriangleFrom(const Vec& a, const Vec& b, const Vec& c, const Vec& from, Vec& source) {
+    if (Dot(Sub(from, a), Cross(Cross(Sub(b, a), Sub(c, a)), Sub(b, a))) > 0.0) return kInf;
+    return AcrossTriangle(a, b, c, Norm(Sub(from, a)), Norm(Sub(from, b)), source);
 }
 
 }  // namespace
@@ -232,7 +239,7 @@ std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& ke
     std::vector<double> dist;
     Queue queue = StartAtRoots(in, dist);
     std::vector<Origin> origin(n);
-    for (int32_t r : in.roots) origin[static_cast<size_t>(r)].point = at(static_cast<size_t>(r));
+    for (int32_t r : in.roots) origin[static_cast<size_t>(r)] = {at(static_cast<size_t>(r)), {}, 0.0, static_cast<uint32_t>(r)};
     std::vector<uint8_t> done(n, 0), reopened(n, 0);
     constexpr uint8_t kMostReopenings = 4;
     size_t settled = 0;
@@ -262,19 +269,32 @@ std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& ke
                     const Origin& o = origin[v];
                     const bool straight =
                         Dot(o.plane, o.plane) > 0.0 && Norm(Sub(pu, o.point)) + o.offset >= best * (1.0 - 1e-12);
-                    from = straight ? o : Origin{pv, normal, d};
+                    from = straight ? o : Origin{pv, normal, d, v};
                 }
-                // Across the triangle from the origin of a settled corner, turned into its plane.
-                for (const uint32_t x : {v, w}) {
-                    if (!done[x]) continue;
-                    const Origin& o = origin[x];
-                    const Vec px = x == v ? pv : pw;
-                    Vec turned{}, source{};
-                    if (!Turn(Sub(o.point, px), o.plane, normal, turned)) continue;
-                    const double way =
-                        AcrossTriangle(pv, pw, pu, {px[0] + turned[0], px[1] + turned[1], px[2] + turned[2]}, source) +
-                        o.offset;
-                    if (way < best) best = way, from = {source, normal, o.offset};
+                if (done[w]) {
+                    const Origin &ov = origin[v], &ow = origin[w];
+                    Vec source{};
+                    // Taken unless shorter than the straight line through space (no way is).
+                    auto offer = [&](double way, const Origin& o) {
+                        way += o.offset;
+                        if (way < best && way >= (Norm(Sub(pu, at(o.corner))) + o.offset) * (1.0 - 1e-9))
+                            best = way, from = {source, normal, o.offset, o.corner};
+                    };
+                    if (ov.corner == ow.corner && ov.offset == ow.offset) {
+                        // Both from the same point: placed by their distances from it.
+                        offer(AcrossTriangle(pv, pw, pu, d - ov.offset, dist[w] - ov.offset, source), ov);
+                    } else {
+                        // From different points (two roots' fronts meeting): each point turned
+                        // into the triangle's plane.
+                        for (const Origin* o : {&ov, &ow}) {
+                            const Vec px = o == &ov ? pv : pw;
+                            Vec turned{};
+                            if (!Turn(Sub(o->point, px), o->plane, normal, turned)) continue;
+                            offer(AcrossTriangleFrom(pv, pw, pu, {px[0] + turned[0], px[1] + turned[1], px[2] + turned[2]},
+                                                     source),
+                                  *o);
+                        }
+                    }
                 }
                 if (!(best < (again ? dist[u] * (1.0 - 1e-9) : dist[u]))) continue;
                 if (again) {

@@ -6,36 +6,39 @@
 // - GeodesicDistances: a distance across the faces by fast marching that carries, with each
 //   distance, where it comes from. The polygons are cut into fans of triangles from their first
 //   corner; triangles of no area are left out. Vertices settle nearest first from a heap, as in
-//   Dijkstra. Each vertex keeps an origin: a point S and an offset with distance = |vertex - S|
-//   + offset, S lying in the plane of the last triangle the way crossed (a root: S is itself,
-//   offset 0). When a vertex settles, each triangle around it offers its other corners:
+//   Dijkstra. Each vertex keeps an origin: the root (or the corner the way bends round) its
+//   distance comes from, with that corner's own distance as an offset, and the point standing
+//   for it unfolded into the plane of the last triangle crossed. When a vertex settles, each
+//   triangle around it offers its other corners:
 //   - along the edge: straight on from the settled corner's origin, or, when the way bends
-//     round that corner, the corner itself as the origin with its distance as the offset;
-//   - across the triangle from the origin of either settled corner: S turned about the line
-//     where the two planes meet into the triangle's plane (as a hinge opens, so a fold costs
-//     nothing), placed at its distances from the edge's ends on the far side of the edge, and
-//     taken when the straight line from it to the corner crosses that edge.
-//   The smallest offer stands. So each vertex follows its nearest root in a straight line as
-//   far as the unfolded triangles allow, and the distance to a set of roots is the distance to
-//   the nearest one, not a blend of the fronts. An obtuse corner can settle before the corners
+//     round that corner, the corner itself as the origin;
+//   - across the triangle, when both its other corners have settled: if they come from the same
+//     origin, the point at their distances from it, placed in the triangle's plane on the far
+//     side of their edge (this uses lengths on the surface only, so folds and curvature cost
+//     nothing); if from different origins (fronts from two roots meeting), each one's point
+//     turned about the line where its plane meets the triangle's into the latter (as a hinge
+//     opens), and kept only if not shorter than the straight line through space. Either is
+//     taken when the straight line from the point to the corner crosses that edge.
+//   The smallest offer stands, so the distance to a set of roots is the distance to the
+//   nearest one, not a blend of their fronts. An obtuse corner can settle before the corners
 //   its straight way needs: it is opened again when they settle (at most four times, so the
 //   work stays O(n log n) on any mesh). About a second on a million vertices.
 //   Accuracy: on a flat mesh, and over folds, every offer is the length of a real path, so the
 //   distance is never short; it is exact (to rounding) from point roots and from a row of roots
-//   along a grid's lines on a regular grid, within 1% from a row across its diagonals, and
-//   within 2.5% on a grid whose points are moved by up to a quarter of a step (10 steps out).
-//   On a sphere it is within 0.2% of the arc length. The turn takes the polygons as wound
-//   alike; it is not made over more than about 160 degrees (a fold nearly flat onto itself, or
-//   a polygon wound against its neighbours), and the way goes round instead (a sphere with
-//   every seventh polygon turned over: within 3%).
+//   along a grid's lines on a regular grid, within about 1% from a row across its diagonals or a
+//   ring of roots, and within 2.5% on a grid whose points are moved by up to a quarter of a
+//   step (all from 10 steps out). On a sphere it is within 2% of the arc length, short near the
+//   point opposite the root, where the ways from all sides meet. On any mesh it lies between
+//   the straight line through space and the edge paths.
 //   Chosen over the heat method (a heat step, then a Poisson equation over the heat's
 //   normalised gradient): the heat decays like e^(-distance/step), so far from the roots its
 //   gradient is lost below the solver's tolerance (6% off from a point), and the two sparse
-//   solves took over a hundred times the marching's time on a large mesh; marching on the
-//   distances alone (a point fitted to the two settled corners' distances) is exact from a
-//   point but reads short wherever the front is straighter than a circle round it (9% from a
-//   diagonal row), which carrying the origin avoids. No Poisson pass follows: it would blur
-//   distances that are already exact on flat and unrolled pieces.
+//   solves took over a hundred times the marching's time on a large mesh. Fitting a point to
+//   two corners' distances whatever their origins reads short wherever fronts from several
+//   roots merge into one straighter than a circle (9% from a diagonal row); carrying each
+//   corner's own point everywhere instead drifts on curved surfaces (below the straight line
+//   through space on a bumpy one). No Poisson pass follows: it would blur distances that are
+//   already exact on flat and unrolled pieces.
 //   Only vertices joined to a root through triangles are reached.
 //
 // Restriction: as in the ring walk, when a root lies in the target list only target vertices
