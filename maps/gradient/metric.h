@@ -28,8 +28,9 @@
 //   along a grid's lines on a regular grid, within about 1% from a row across its diagonals or a
 //   ring of roots, and within 2.5% on a grid whose points are moved by up to a quarter of a
 //   step (all from 10 steps out). On a sphere it is within 2% of the arc length, short near the
-//   point opposite the root, where the ways from all sides meet. On any mesh it lies between
-//   the straight line through space and the edge paths.
+//   point opposite the root, where the ways from all sides meet. No distance is shorter than
+//   the straight line through space; on a bumpy jittered surface it also stays within the edge
+//   paths.
 //   Chosen over the heat method (a heat step, then a Poisson equation over the heat's
 //   normalised gradient): the heat decays like e^(-distance/step), so far from the roots its
 //   gradient is lost below the solver's tolerance (6% off from a point), and the two sparse
