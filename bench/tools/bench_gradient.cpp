@@ -4,7 +4,7 @@
 // Each case is timed beside the straightforward version of the same computation, asking the
 // object model for a vertex's neighbours every time the definition fetches them (the ring
 // walk, the leftover front, the local maxima), with the results compared; the ratios are
-// printed. Medians of three runs (the geodesic distance: one run).
+// printed. Medians of three runs.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -243,7 +243,8 @@ void BM_GradientBuildCommand(benchmark::State& state) {
 BENCHMARK(BM_GradientBuildCommand)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 // The metric distances on the same grid from the same row: the kernels alone (edge paths,
-// 0.5 s wanted; the heat method's geodesic) beside the ring walk, then the command in mode 1.
+// 0.5 s wanted; the geodesic, also from the centre point alone) beside the ring walk, then the
+// command in modes 1 and 2.
 void BM_GradientMetric(benchmark::State& state) {
     Scene scene;
     const auto& mesh = scene.Plain();
@@ -267,9 +268,11 @@ void BM_GradientMetric(benchmark::State& state) {
     for (int32_t i = 0; i <= kSide; ++i) roots.push_back(i);
     for (size_t i = 0; i < n; ++i) targets[i] = static_cast<int32_t>(i);
     const orbelin::gradient::MetricInput in{{n, offsets, indices}, points, polygonOffsets, corners, roots, targets};
-    std::vector<double> rings, edges, geodesic;
-    std::vector<double> edgePaths, heat;
-    for (auto _ : state) {
+    const std::vector<int32_t> centre{kSide / 2 * (kSide + 1) + kSide / 2};
+    const orbelin::gradient::MetricInput fromPoint{{n, offsets, indices}, points, polygonOffsets, corners, centre, targets};
+    std::vector<double> rings, edges, geodesicRow, geodesicPoint;
+    std::vector<double> edgePaths, row, point;
+    for (auto _ : state)
         for (int k = 0; k < 3; ++k) {
             auto start = Clock::now();
             orbelin::gradient::Propagate({{n, offsets, indices}, {}, roots, targets, false});
@@ -277,29 +280,43 @@ void BM_GradientMetric(benchmark::State& state) {
             start = Clock::now();
             edgePaths = orbelin::gradient::EdgePathDistances(in);
             edges.push_back(Seconds(start));
+            start = Clock::now();
+            row = orbelin::gradient::GeodesicDistances(in);
+            geodesicRow.push_back(Seconds(start));
+            start = Clock::now();
+            point = orbelin::gradient::GeodesicDistances(fromPoint);
+            geodesicPoint.push_back(Seconds(start));
         }
-        auto start = Clock::now();
-        heat = orbelin::gradient::GeodesicDistances(in);
-        geodesic.push_back(Seconds(start));
-    }
-    // From a whole row both are the distance to the row: the largest error against it.
-    double edgeError = 0.0, heatError = 0.0;
+    // From a whole row the distance is the distance to the row; from the centre the straight
+    // line (relative error from 10 steps out).
+    double edgeError = 0.0, rowError = 0.0, pointError = 0.0;
+    const size_t c = static_cast<size_t>(centre[0]);
+    const double step = 100.0 / kSide;
     for (size_t v = 0; v < n; ++v) {
-        const double straight = std::abs(points[3 * v + 2] - points[2]);
-        edgeError = std::max(edgeError, std::abs(edgePaths[v] - straight));
-        heatError = std::max(heatError, std::abs(heat[v] - straight));
+        const double toRow = std::abs(points[3 * v + 2] - points[2]);
+        edgeError = std::max(edgeError, std::abs(edgePaths[v] - toRow));
+        rowError = std::max(rowError, std::abs(row[v] - toRow));
+        const double straight = std::hypot(points[3 * v] - points[3 * c], points[3 * v + 2] - points[3 * c + 2]);
+        if (straight >= 10 * step) pointError = std::max(pointError, std::abs(point[v] - straight) / straight);
     }
-    const double ring = Median(rings), edge = Median(edges), geo = geodesic.front();
+    const double ring = Median(rings), edge = Median(edges), geoRow = Median(geodesicRow), geoPoint = Median(geodesicPoint);
     auto start = Clock::now();
     scene.Build(false, 1);
     const double command = Seconds(start);
+    start = Clock::now();
+    scene.Build(false, 2);
+    const double geodesicCommand = Seconds(start);
     state.counters["edge_paths_ms"] = edge * 1e3;
-    state.counters["geodesic_ms"] = geo * 1e3;
+    state.counters["geodesic_row_ms"] = geoRow * 1e3;
+    state.counters["geodesic_point_ms"] = geoPoint * 1e3;
     std::printf("metric distances: ring walk %.0f ms; edge paths %.0f ms (0.5 s wanted), ratio to the ring walk %.1f, "
-                "largest error %.2g; geodesic %.0f ms, ratio to the ring walk %.0f, largest error %.2g (step %.2g); "
-                "build command in edge-path mode %.0f ms\n",
-                ring * 1e3, edge * 1e3, edge / ring, edgeError, geo * 1e3, geo / ring, heatError, 100.0 / kSide,
-                command * 1e3);
+                "largest error %.2g; build command in edge-path mode %.0f ms\n",
+                ring * 1e3, edge * 1e3, edge / ring, edgeError, command * 1e3);
+    std::printf("geodesic from the row %.0f ms, ratio to the ring walk %.1f, to the edge paths %.1f, largest error %.2g "
+                "(step %.2g); from the centre point %.0f ms, ratio to the edge paths %.1f, largest relative error %.2g "
+                "from 10 steps out; build command in geodesic mode %.0f ms\n",
+                geoRow * 1e3, geoRow / ring, geoRow / edge, rowError, step, geoPoint * 1e3, geoPoint / edge, pointError,
+                geodesicCommand * 1e3);
 }
 BENCHMARK(BM_GradientMetric)->Unit(benchmark::kMillisecond)->Iterations(1);
 

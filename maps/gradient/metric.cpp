@@ -61,11 +61,14 @@ double EdgeLength(const MetricInput& in, size_t a, size_t b) {
     return d;
 }
 
-std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& allowed) {
-    const size_t n = in.neighbours.vertexCount;
-    std::vector<double> dist(n, kInf);
-    using Item = std::pair<double, uint32_t>;
-    std::priority_queue<Item, std::vector<Item>, std::greater<Item>> queue;
+// Vertices by distance, nearest first.
+using Item = std::pair<double, uint32_t>;
+using Queue = std::priority_queue<Item, std::vector<Item>, std::greater<Item>>;
+
+// Distances of +infinity but 0 at the roots, which the queue starts with.
+Queue StartAtRoots(const MetricInput& in, std::vector<double>& dist) {
+    dist.assign(in.neighbours.vertexCount, kInf);
+    Queue queue;
     for (int32_t r : in.roots) {
         const auto v = static_cast<uint32_t>(r);
         if (dist[v] != 0.0) {
@@ -74,6 +77,12 @@ std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& 
             queue.push({0.0, v});
         }
     }
+    return queue;
+}
+
+std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& allowed) {
+    std::vector<double> dist;
+    Queue queue = StartAtRoots(in, dist);
     while (!queue.empty()) {
         const auto [d, v] = queue.top();
         queue.pop();
@@ -90,112 +99,127 @@ std::vector<double> Dijkstra(const MetricInput& in, const std::vector<uint8_t>& 
     return dist;
 }
 
-// ---- The heat method.
+// ---- Fast marching over the triangle fans.
 
-struct Triangle {
-    std::array<uint32_t, 3> v;
+// The triangles of the polygons' fans (from each polygon's first corner) whose corners are all
+// allowed, apart from degenerate ones, and the triangles around each vertex.
+struct Fans {
+    std::vector<std::array<uint32_t, 3>> triangles;
+    std::vector<Vec> normals;     // per triangle, of unit length, in the order of its corners
+    std::vector<uint8_t> obtuse;  // per triangle, bit i: the angle at corner i is over a right angle
+    std::vector<uint32_t> offsets, around;  // triangles around v: around[offsets[v] .. offsets[v+1])
 };
 
-// Symmetric sparse matrix, rows in CSR with the diagonal kept apart.
-struct Sparse {
-    std::vector<uint32_t> offsets, cols;
-    std::vector<double> values, diagonal;
-};
+// The normal of the triangle (a, b, c) in the order of its corners, worked out at the scale of
+// its longest side so that far-out points do not overflow; its length is then 0 for a
+// triangle of no area.
+Vec ScaledNormal(const Vec& a, const Vec& b, const Vec& c) {
+    Vec u = Sub(b, a), v = Sub(c, a);
+    const double scale = std::max({std::abs(u[0]), std::abs(u[1]), std::abs(u[2]), std::abs(v[0]), std::abs(v[1]),
+                                   std::abs(v[2])});
+    if (!(scale > 0.0)) return {0.0, 0.0, 0.0};
+    for (size_t i = 0; i < 3; ++i) u[i] /= scale, v[i] /= scale;
+    return Cross(u, v);
+}
 
-struct Corner {
-    uint32_t row, col;
-    double w;
-};
-
-// The cotangents at the three corners of a triangle; false when it is degenerate.
-bool Cotangents(const std::array<Vec, 3>& p, std::array<double, 3>& cot, double& twiceArea) {
-    const Vec n = Cross(Sub(p[1], p[0]), Sub(p[2], p[0]));
-    twiceArea = Norm(n);
-    double longest = 0.0;
-    for (int a = 0; a < 3; ++a) longest = std::max(longest, Dot(Sub(p[(a + 1) % 3], p[a]), Sub(p[(a + 1) % 3], p[a])));
-    if (!std::isfinite(twiceArea) || !(twiceArea > 1e-12 * longest)) return false;
-    for (int a = 0; a < 3; ++a) {
-        const Vec u = Sub(p[(a + 1) % 3], p[a]), v = Sub(p[(a + 2) % 3], p[a]);
-        cot[static_cast<size_t>(a)] = Dot(u, v) / twiceArea;
+Fans CutIntoFans(const MetricInput& in, const std::vector<uint8_t>& allowed) {
+    const size_t n = in.neighbours.vertexCount;
+    if (in.polygonOffsets.empty() || in.polygonOffsets.front() != 0 || in.polygonOffsets.back() > in.corners.size())
+        throw std::invalid_argument("the polygon offsets do not match the corner list");
+    for (size_t p = 0; p + 1 < in.polygonOffsets.size(); ++p)
+        if (in.polygonOffsets[p] > in.polygonOffsets[p + 1])
+            throw std::invalid_argument("the polygon offsets decrease at polygon " + std::to_string(p));
+    for (uint32_t c : in.corners)
+        if (c >= n) throw std::invalid_argument("a polygon names vertex " + std::to_string(c) + " of a mesh of " +
+                                                std::to_string(n) + " vertices");
+    Fans fans;
+    fans.offsets.assign(n + 1, 0);
+    for (size_t p = 0; p + 1 < in.polygonOffsets.size(); ++p) {
+        const uint32_t begin = in.polygonOffsets[p], end = in.polygonOffsets[p + 1];
+        for (uint32_t c = begin + 1; c + 1 < end; ++c) {
+            const std::array<uint32_t, 3> t{in.corners[begin], in.corners[c], in.corners[c + 1]};
+            if (!allowed[t[0]] || !allowed[t[1]] || !allowed[t[2]]) continue;
+            if (t[0] == t[1] || t[1] == t[2] || t[0] == t[2]) continue;
+            for (size_t i = 0; i < 3; ++i) (void)EdgeLength(in, t[i], t[(i + 1) % 3]);
+            const std::array<Vec, 3> p{Point(in, t[0]), Point(in, t[1]), Point(in, t[2])};
+            // A triangle of no area (or too thin to measure) joins nothing.
+            const Vec normal = ScaledNormal(p[0], p[1], p[2]);
+            const double area = Norm(normal);
+            if (!(area > 1e-12)) continue;
+            uint8_t mask = 0;
+            for (size_t i = 0; i < 3; ++i)
+                if (Dot(Sub(p[(i + 1) % 3], p[i]), Sub(p[(i + 2) % 3], p[i])) < 0.0) mask |= static_cast<uint8_t>(1u << i);
+            fans.triangles.push_back(t);
+            fans.normals.push_back({normal[0] / area, normal[1] / area, normal[2] / area});
+            fans.obtuse.push_back(mask);
+            for (uint32_t v : t) ++fans.offsets[v + 1];
+        }
     }
+    for (size_t v = 0; v < n; ++v) fans.offsets[v + 1] += fans.offsets[v];
+    fans.around.resize(fans.offsets[n]);
+    std::vector<uint32_t> fill(fans.offsets.begin(), fans.offsets.end() - 1);
+    for (size_t k = 0; k < fans.triangles.size(); ++k)
+        for (uint32_t v : fans.triangles[k]) fans.around[fill[v]++] = static_cast<uint32_t>(k);
+    return fans;
+}
+
+// Where a vertex's distance comes from: `corner`, a root or a corner the way bends round, at
+// distance `offset` from the roots, and `point` standing for it, unfolded into the plane of
+// unit normal `plane` through the vertex (no normal for a root, whose point is itself), with
+// distance = |vertex - point| + offset.
+struct Origin {
+    Vec point{};
+    Vec plane{0.0, 0.0, 0.0};
+    double offset = 0.0;
+    uint32_t corner = 0;
+};
+
+// `s`, lying in the plane of unit normal `from`, turned about the line where that plane meets
+// the plane of unit normal `to`, into the latter (as a hinge opens); false for a turn of more
+// than about 160 degrees: a fold nearly flat onto itself, or a polygon wound against its
+// neighbours.
+bool Turn(const Vec& s, const Vec& from, const Vec& to, Vec& out) {
+    const double c = Dot(from, to);
+    if (!(c > -0.94)) return false;
+    const Vec k = Cross(from, to), ks = Cross(k, s);
+    const double f = Dot(k, s) / (1.0 + c);
+    out = {c * s[0] + ks[0] + f * k[0], c * s[1] + ks[1] + f * k[1], c * s[2] + ks[2] + f * k[2]};
     return true;
 }
 
-// y = A x on the rows and columns of `free`, A = L + shift * mass (diagonal).
-void Multiply(const Sparse& L, std::span<const double> mass, double shift, const std::vector<uint8_t>& free,
-              const std::vector<double>& x, std::vector<double>& y) {
-    const size_t n = L.diagonal.size();
-    for (size_t i = 0; i < n; ++i) {
-        if (!free[i]) {
-            y[i] = 0.0;
-            continue;
-        }
-        double s = (L.diagonal[i] + shift * mass[i]) * x[i];
-        for (uint32_t k = L.offsets[i]; k < L.offsets[i + 1]; ++k)
-            if (free[L.cols[k]]) s += L.values[k] * x[L.cols[k]];
-        y[i] = s;
+// The way across the triangle (a, b, c) to c from a point at distance ra from a and rb from b,
+// placed in the triangle's plane on the far side of ab from c (`source`): its distance from c,
+// or +infinity when no point is at those distances or the line from it to c misses ab.
+double AcrossTriangle(const Vec& a, const Vec& b, const Vec& c, double ra, double rb, Vec& source) {
+    const Vec ab = Sub(b, a), ac = Sub(c, a);
+    const double length = Norm(ab);
+    const Vec e1{ab[0] / length, ab[1] / length, ab[2] / length};
+    // c in the plane: x along ab from a, y > 0 across it.
+    const double cx = Dot(ac, e1);
+    const Vec across{ac[0] - cx * e1[0], ac[1] - cx * e1[1], ac[2] - cx * e1[2]};
+    const double cy = Norm(across);
+    const double sx = 0.5 * ((ra - rb) * (ra + rb) / length + length);
+    double height = (ra - sx) * (ra + sx);
+    if (height < 0.0) {
+        // Rounding around a point on the line ab; otherwise ra and rb fit no point.
+        if (!(height > -1e-12 * (ra * ra + rb * rb + length * length))) return kInf;
+        height = 0.0;
     }
+    const double sy = -std::sqrt(height);
+    const double crossing = sx + (cx - sx) * (-sy / (cy - sy));
+    const double slack = 1e-9 * length;
+    if (!(crossing >= -slack && crossing <= length + slack)) return kInf;
+    const double distance = std::hypot(cx - sx, cy - sy);
+    if (!std::isfinite(distance)) return kInf;
+    const double up = sy / cy;
+    for (size_t i = 0; i < 3; ++i) source[i] = a[i] + sx * e1[i] + up * across[i];
+    return distance;
 }
 
-// Conjugate gradients with a Jacobi preconditioner on the free rows, until the residual is
-// `relativeResidual` times the right-hand side (or a cap on the iterations); x holds the start.
-// Returns false when stopped by keepGoing.
-bool Solve(const Sparse& L, std::span<const double> mass, double shift, const std::vector<uint8_t>& free,
-           const std::vector<double>& b, std::vector<double>& x, double relativeResidual, const KeepGoing& keepGoing) {
-    const size_t n = b.size();
-    std::vector<double> r(n, 0.0), z(n, 0.0), p(n, 0.0), q(n, 0.0), inv(n, 0.0);
-    size_t count = 0;
-    for (size_t i = 0; i < n; ++i)
-        if (free[i]) {
-            ++count;
-            const double d = L.diagonal[i] + shift * mass[i];
-            inv[i] = d > 0.0 ? 1.0 / d : 0.0;
-        } else {
-            x[i] = 0.0;
-        }
-    Multiply(L, mass, shift, free, x, q);
-    double bb = 0.0, rz = 0.0;
-    for (size_t i = 0; i < n; ++i)
-        if (free[i]) {
-            r[i] = b[i] - q[i];
-            z[i] = inv[i] * r[i];
-            p[i] = z[i];
-            bb += b[i] * b[i];
-            rz += r[i] * z[i];
-        }
-    if (bb == 0.0) bb = 1.0;
-    const double tolerance = relativeResidual * relativeResidual * bb;
-    const size_t maxIterations = 2000 + 20 * static_cast<size_t>(std::sqrt(static_cast<double>(count)));
-    for (size_t it = 0; it < maxIterations; ++it) {
-        double rr = 0.0;
-        for (size_t i = 0; i < n; ++i) rr += r[i] * r[i];
-        if (!(rr > tolerance)) break;
-        if (it % 32 == 31 && keepGoing && !keepGoing()) return false;
-        Multiply(L, mass, shift, free, p, q);
-        double pq = 0.0;
-        for (size_t i = 0; i < n; ++i) pq += p[i] * q[i];
-        if (!(pq > 0.0)) break;
-        const double alpha = rz / pq;
-        double rzNext = 0.0;
-        for (size_t i = 0; i < n; ++i) {
-            x[i] += alpha * p[i];
-            r[i] -= alpha * q[i];
-            z[i] = inv[i] * r[i];
-            rzNext += r[i] * z[i];
-        }
-        const double beta = rzNext / rz;
-        rz = rzNext;
-        for (size_t i = 0; i < n; ++i) p[i] = z[i] + beta * p[i];
-    }
-    return true;
-}
-
-size_t Find(std::vector<uint32_t>& parent, size_t v) {
-    while (parent[v] != v) {
-        parent[v] = parent[parent[v]];
-        v = parent[v];
-    }
-    return v;
+// The same from the point `from` in the triangle's plane; +infinity when it lies on c's side.
+double AcrossTriangleFrom(const Vec& a, const Vec& b, const Vec& c, const Vec& from, Vec& source) {
+    if (Dot(Sub(from, a), Cross(Cross(Sub(b, a), Sub(c, a)), Sub(b, a))) > 0.0) return kInf;
+    return AcrossTriangle(a, b, c, Norm(Sub(from, a)), Norm(Sub(from, b)), source);
 }
 
 }  // namespace
@@ -209,149 +233,80 @@ std::vector<double> EdgePathDistances(const MetricInput& in) {
 std::vector<double> GeodesicDistances(const MetricInput& in, const KeepGoing& keepGoing) {
     std::vector<uint8_t> allowed;
     const size_t n = Prepare(in, allowed);
-    if (in.polygonOffsets.empty() || in.polygonOffsets.front() != 0 || in.polygonOffsets.back() > in.corners.size())
-        throw std::invalid_argument("the polygon offsets do not match the corner list");
-    for (size_t p = 0; p + 1 < in.polygonOffsets.size(); ++p)
-        if (in.polygonOffsets[p] > in.polygonOffsets[p + 1])
-            throw std::invalid_argument("the polygon offsets decrease at polygon " + std::to_string(p));
-    for (uint32_t c : in.corners)
-        if (c >= n) throw std::invalid_argument("a polygon names vertex " + std::to_string(c) + " of a mesh of " +
-                                                std::to_string(n) + " vertices");
+    const Fans fans = CutIntoFans(in, allowed);
+    auto at = [&](size_t v) { return Vec{in.points[3 * v], in.points[3 * v + 1], in.points[3 * v + 2]}; };
 
-    // Fans of triangles over the allowed vertices, with their cotangent weights.
-    std::vector<Triangle> triangles;
-    std::vector<std::array<double, 3>> cots;
-    std::vector<double> mass(n, 0.0);
-    std::vector<uint32_t> rowCount(n, 0);
-    double edgeSum = 0.0;
-    size_t edgeCount = 0;
-    for (size_t p = 0; p + 1 < in.polygonOffsets.size(); ++p) {
-        const uint32_t begin = in.polygonOffsets[p], end = in.polygonOffsets[p + 1];
-        for (uint32_t c = begin + 1; c + 1 < end; ++c) {
-            const Triangle t{{in.corners[begin], in.corners[c], in.corners[c + 1]}};
-            if (!allowed[t.v[0]] || !allowed[t.v[1]] || !allowed[t.v[2]]) continue;
-            if (t.v[0] == t.v[1] || t.v[1] == t.v[2] || t.v[0] == t.v[2]) continue;
-            const std::array<Vec, 3> pos{Point(in, t.v[0]), Point(in, t.v[1]), Point(in, t.v[2])};
-            std::array<double, 3> cot{};
-            double twiceArea = 0.0;
-            if (!Cotangents(pos, cot, twiceArea)) continue;
-            for (int a = 0; a < 3; ++a) {
-                mass[t.v[static_cast<size_t>(a)]] += twiceArea / 6.0;
-                rowCount[t.v[static_cast<size_t>(a)]] += 2;
-                edgeSum += EdgeLength(in, t.v[static_cast<size_t>(a)], t.v[static_cast<size_t>((a + 1) % 3)]);
-                ++edgeCount;
-            }
-            triangles.push_back(t);
-            cots.push_back(cot);
-        }
-    }
-
-    // Vertices joined to a root through triangles.
-    std::vector<uint32_t> parent(n);
-    for (size_t i = 0; i < n; ++i) parent[i] = static_cast<uint32_t>(i);
-    for (const Triangle& t : triangles)
-        for (int a = 0; a < 2; ++a) {
-            const size_t x = Find(parent, t.v[static_cast<size_t>(a)]), y = Find(parent, t.v[static_cast<size_t>(a) + 1]);
-            if (x != y) parent[x] = static_cast<uint32_t>(y);
-        }
-    std::vector<uint8_t> rootSet(n, 0), isRoot(n, 0);
-    for (int32_t r : in.roots) {
-        isRoot[static_cast<size_t>(r)] = 1;
-        rootSet[Find(parent, static_cast<size_t>(r))] = 1;
-    }
-    std::vector<uint8_t> heatFree(n, 0), poissonFree(n, 0);
-    for (size_t i = 0; i < n; ++i) {
-        const bool reached = rootSet[Find(parent, i)] && mass[i] > 0.0;
-        heatFree[i] = reached;
-        poissonFree[i] = reached && !isRoot[i];
-    }
-
-    // The cotangent Laplacian (positive semi-definite: L_ij = -w_ij, L_ii = sum of w_ij).
-    Sparse L;
-    L.offsets.assign(n + 1, 0);
-    for (size_t i = 0; i < n; ++i) L.offsets[i + 1] = L.offsets[i] + rowCount[i];
-    std::vector<Corner> entries(L.offsets[n]);
-    std::vector<uint32_t> fill(L.offsets.begin(), L.offsets.end() - 1);
-    for (size_t k = 0; k < triangles.size(); ++k)
-        for (size_t a = 0; a < 3; ++a) {
-            const uint32_t i = triangles[k].v[(a + 1) % 3], j = triangles[k].v[(a + 2) % 3];
-            const double w = 0.5 * cots[k][a];
-            entries[fill[i]++] = {i, j, w};
-            entries[fill[j]++] = {j, i, w};
-        }
-    L.diagonal.assign(n, 0.0);
-    std::vector<uint32_t> compact(n + 1, 0);
-    for (size_t i = 0; i < n; ++i) {
-        auto first = entries.begin() + L.offsets[i], last = entries.begin() + L.offsets[i + 1];
-        std::sort(first, last, [](const Corner& a, const Corner& b) { return a.col < b.col; });
-        for (auto e = first; e != last; ++e) {
-            L.diagonal[i] += e->w;
-            if (!L.cols.empty() && L.cols.size() > compact[i] && L.cols.back() == e->col) {
-                L.values.back() -= e->w;
-            } else {
-                L.cols.push_back(e->col);
-                L.values.push_back(-e->w);
+    std::vector<double> dist;
+    Queue queue = StartAtRoots(in, dist);
+    std::vector<Origin> origin(n);
+    for (int32_t r : in.roots) origin[static_cast<size_t>(r)] = {at(static_cast<size_t>(r)), {}, 0.0, static_cast<uint32_t>(r)};
+    std::vector<uint8_t> done(n, 0), reopened(n, 0);
+    constexpr uint8_t kMostReopenings = 4;
+    size_t settled = 0;
+    while (!queue.empty()) {
+        const auto [d, v] = queue.top();
+        queue.pop();
+        if (done[v] || d > dist[v]) continue;
+        if (settled++ % 4096 == 0 && keepGoing && !keepGoing()) return {};
+        done[v] = 1;
+        const Vec pv = at(v);
+        for (uint32_t k = fans.offsets[v]; k < fans.offsets[v + 1]; ++k) {
+            const uint32_t triangle = fans.around[k];
+            const std::array<uint32_t, 3>& t = fans.triangles[triangle];
+            const Vec& normal = fans.normals[triangle];
+            const size_t corner = t[0] == v ? 0 : t[1] == v ? 1 : 2;
+            for (const size_t side : {size_t{1}, size_t{2}}) {
+                const size_t iu = (corner + side) % 3;
+                const uint32_t u = t[iu], w = t[(corner + 3 - side) % 3];
+                const bool again = done[u] != 0;
+                if (again && (!(fans.obtuse[triangle] >> iu & 1u) || reopened[u] == kMostReopenings)) continue;
+                const Vec pu = at(u), pw = at(w);
+                double best = kInf;
+                Origin from;
+                if (!again) {
+                    // Along the edge: straight on from v's origin, or bending round v.
+                    best = d + Norm(Sub(pu, pv));
+                    const Origin& o = origin[v];
+                    const bool straight =
+                        Dot(o.plane, o.plane) > 0.0 && Norm(Sub(pu, o.point)) + o.offset >= best * (1.0 - 1e-12);
+                    from = straight ? o : Origin{pv, normal, d, v};
+                }
+                if (done[w]) {
+                    const Origin &ov = origin[v], &ow = origin[w];
+                    Vec source{};
+                    // Taken unless shorter than the straight line through space (no way is).
+                    auto offer = [&](double way, const Origin& o) {
+                        way += o.offset;
+                        if (way < best && way >= (Norm(Sub(pu, at(o.corner))) + o.offset) * (1.0 - 1e-9))
+                            best = way, from = {source, normal, o.offset, o.corner};
+                    };
+                    if (ov.corner == ow.corner && ov.offset == ow.offset) {
+                        // Both from the same point: placed by their distances from it.
+                        offer(AcrossTriangle(pv, pw, pu, d - ov.offset, dist[w] - ov.offset, source), ov);
+                    } else {
+                        // From different points (two roots' fronts meeting): each point turned
+                        // into the triangle's plane.
+                        for (const Origin* o : {&ov, &ow}) {
+                            const Vec px = o == &ov ? pv : pw;
+                            Vec turned{};
+                            if (!Turn(Sub(o->point, px), o->plane, normal, turned)) continue;
+                            offer(AcrossTriangleFrom(pv, pw, pu, {px[0] + turned[0], px[1] + turned[1], px[2] + turned[2]},
+                                                     source),
+                                  *o);
+                        }
+                    }
+                }
+                if (!(best < (again ? dist[u] * (1.0 - 1e-9) : dist[u]))) continue;
+                if (again) {
+                    done[u] = 0;
+                    ++reopened[u];
+                }
+                dist[u] = best;
+                origin[u] = from;
+                queue.push({best, u});
             }
         }
-        compact[i + 1] = static_cast<uint32_t>(L.cols.size());
     }
-    L.offsets = std::move(compact);
-    entries = {};
-
-    // The edge paths over the same triangles start the Poisson solve and scale the heat step.
-    std::vector<double> start = Dijkstra(in, allowed);
-    double farthest = 0.0;
-    for (size_t i = 0; i < n; ++i)
-        if (poissonFree[i] && std::isfinite(start[i])) farthest = std::max(farthest, start[i]);
-    const double h = edgeCount ? edgeSum / static_cast<double>(edgeCount) : 0.0;
-    // t = h^2 as the method asks, raised so that the heat left at the farthest vertex stays
-    // within what an iterative solve resolves (a decay of about e^-15).
-    const double t = std::max(h * h, (farthest / 15.0) * (farthest / 15.0));
-
-    std::vector<double> dist(n, kInf);
-    for (int32_t r : in.roots) dist[static_cast<size_t>(r)] = 0.0;
-    if (triangles.empty() || !(t > 0.0)) return dist;
-
-    // (M + t L) u = roots' indicator, solved as (L + M / t) u = indicator / t.
-    std::vector<double> b(n, 0.0), u(n, 0.0);
-    for (size_t i = 0; i < n; ++i)
-        if (isRoot[i] && heatFree[i]) b[i] = 1.0 / t;
-    // The heat far out is small (about e^-15): the solve goes well below it.
-    if (!Solve(L, mass, 1.0 / t, heatFree, b, u, 1e-10, keepGoing)) return {};
-
-    // Normalised gradient per triangle, turned away from the roots, and its divergence.
-    std::vector<double> divergence(n, 0.0);
-    for (size_t k = 0; k < triangles.size(); ++k) {
-        const Triangle& tri = triangles[k];
-        if (!heatFree[tri.v[0]]) continue;
-        const std::array<Vec, 3> pos{Point(in, tri.v[0]), Point(in, tri.v[1]), Point(in, tri.v[2])};
-        const Vec normal = Cross(Sub(pos[1], pos[0]), Sub(pos[2], pos[0]));
-        Vec grad{0.0, 0.0, 0.0};
-        for (size_t a = 0; a < 3; ++a) {
-            const Vec opposite = Sub(pos[(a + 2) % 3], pos[(a + 1) % 3]);
-            const Vec g = Cross(normal, opposite);
-            for (size_t c = 0; c < 3; ++c) grad[c] += u[tri.v[a]] * g[c];
-        }
-        const double length = Norm(grad);
-        if (!(length > 0.0) || !std::isfinite(length)) continue;
-        const Vec X{-grad[0] / length, -grad[1] / length, -grad[2] / length};
-        for (size_t a = 0; a < 3; ++a) {
-            const size_t j = (a + 1) % 3, l = (a + 2) % 3;
-            const double value = 0.5 * (cots[k][l] * Dot(Sub(pos[j], pos[a]), X) + cots[k][j] * Dot(Sub(pos[l], pos[a]), X));
-            divergence[tri.v[a]] += value;
-        }
-    }
-
-    // L d = -div with d = 0 at the roots.
-    std::vector<double> rhs(n, 0.0), d(n, 0.0);
-    for (size_t i = 0; i < n; ++i)
-        if (poissonFree[i]) {
-            rhs[i] = -divergence[i];
-            d[i] = std::isfinite(start[i]) ? start[i] : 0.0;
-        }
-    if (!Solve(L, mass, 0.0, poissonFree, rhs, d, 1e-6, keepGoing)) return {};
-    for (size_t i = 0; i < n; ++i)
-        if (poissonFree[i]) dist[i] = std::isfinite(d[i]) ? std::max(d[i], 0.0) : kInf;
     return dist;
 }
 
