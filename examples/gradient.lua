@@ -64,15 +64,18 @@ local feet = {}
 for i = 1, 24 do feet[#feet + 1] = i end
 show("figure", figure, CreateCluster(figure, "pnt", feet, "Feet"), {eye = {9, 6, 12}, target = {0, 3, 0}, fov = 38})
 
--- One point in the middle of a plate, three distances: rings make a square, edge paths a
--- diamond (a step along x then z is two edges), the geodesic a circle.
-local plate = CreatePrim("Grid", "plate", {sizex = 10, sizez = 10, subdivu = 40, subdivv = 40})
-local centre = CreateCluster(plate, "pnt", {20 * 41 + 20}, "Centre")
+-- One point in the middle of a plate whose steps are twice as long one way as the other, three
+-- distances: rings count steps whatever their length (a diamond twice as tall as the plate's
+-- shape would have it), edge paths add their lengths (a diamond: a step along x then z is two
+-- edges), the geodesic goes straight across (circles).
+local plate = CreatePrim("Grid", "plate", {sizex = 10, sizez = 10, subdivu = 40, subdivv = 20})
+local centre = CreateCluster(plate, "pnt", {10 * 41 + 20}, "Centre")
 local above = {eye = {0, 17, 0.01}, target = {0, 0, 0}, up = {0, 0, -1}, fov = 40}
+local map = plate .. ".polymsh.cls.WeightMapCls.GradientWeightMap"
 for _, m in ipairs({{0, "rings", "ring count"}, {1, "edge_paths", "shortest path along the edges"}, {2, "geodesic", "geodesic across the faces"}}) do
   local started = os.clock()
-  ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {plate, centre, false, false, false, false, m[1]})
-  local map = plate .. ".polymsh.cls.WeightMapCls.GradientWeightMap"
+  -- The first build makes the map on the plate; the later ones rewrite it (the map is their target).
+  ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {m[1] == 0 and plate or map, centre, false, false, false, false, m[1]})
   print(string.format("plate, DistanceMode %d (%s): built in %.1f ms", m[1], m[3], (os.clock() - started) * 1000))
   RenderPreview(out .. "/plate_" .. m[2] .. ".png", {weightmap = map, range = {0, 1}, camera = above, width = 480, height = 480,
                                                      objects = {}, title = string.format("DistanceMode %d: %s", m[1], m[3])})
@@ -81,7 +84,8 @@ end
 
 -- The figure's distance from its feet across its surface (the ring count is above).
 local started = os.clock()
-ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {figure, figure .. ".polymsh.cls.Feet", false, false, false, false, 2})
+ExecuteCommand("Orbelin_zrGradientMapBuildCmd", {figure .. ".polymsh.cls.WeightMapCls.GradientWeightMap", figure .. ".polymsh.cls.Feet",
+                                                   false, false, false, false, 2})
 print(string.format("figure, geodesic: built in %.1f ms", (os.clock() - started) * 1000))
 RenderPreview(out .. "/figure_geodesic.png", {weightmap = figure .. ".polymsh.cls.WeightMapCls.GradientWeightMap", range = {0, 1},
                                               width = 640, height = 480, objects = {},
