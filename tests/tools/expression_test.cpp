@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "scene/host.h"
+#include "tool_session.h"
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
 #include "xsi_customproperty.h"
@@ -18,76 +19,20 @@ namespace {
 const std::wstring kMap = L"m.polymsh.cls.WeightMapCls.ExpressionWeightMap";
 const std::wstring kProp = kMap + L"_ExpressionMap";
 const std::wstring kOp = kMap + L".zrExpressionMapOp";
-using W = std::vector<double>;
+using tooltest::W;
+
+using tooltest::ExpectWeights;
 
 // Four points: (0,0,0), (1,2,2), (-1,0,3), (2,-1,0).
-struct ExpressionTest : ::testing::Test {
-    standin::Host host{std::filesystem::temp_directory_path()};
-    CRef mesh;
-
-    ExpressionTest() {
-        host.GetLog().SetEcho(false);
-        EXPECT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), CStatus::OK);
-        mesh = host.CreatePolyMesh(
-            L"m", standin::mesh::PolyMesh::Build({{0, 0, 0}, {1, 2, 2}, {-1, 0, 3}, {2, -1, 0}}, {0, 4}, {0, 1, 2, 3}));
-        host.Select({mesh});
-        EXPECT_EQ(Run(L"Orbelin_zrExpressionMapApplyCmd", {}), CStatus::OK);
-    }
-    CStatus Run(const std::wstring& command, std::vector<CValue> values) {
-        CValueArray args;
-        for (const CValue& v : values) args.Add(v);
-        CValue ret;
-        return host.ExecuteCommand(command, args, ret);
-    }
-    CRef Source(const W& weights) {
-        CValueArray args(3);
-        args[1] = CValue(mesh);
-        args[2] = CValue(L"Src");
-        CValue ret;
-        EXPECT_EQ(host.ExecuteCommand(L"CreateWeightMap", args, ret), CStatus::OK);
-        CRef map(static_cast<const CValueArray&>(ret)[0]);
-        Put(map, weights);
-        return map;
-    }
-    void Put(const CRef& map, const W& weights) {
-        CDoubleArray a;
-        for (double v : weights) a.Add(v);
-        ASSERT_EQ(ClusterProperty(map).GetElements().PutArray(a), CStatus::OK);
-    }
+struct ExpressionTest : tooltest::ToolSession {
+    ExpressionTest() : ToolSession({{0, 0, 0}, {1, 2, 2}, {-1, 0, 3}, {2, -1, 0}}, L"Orbelin_zrExpressionMapApplyCmd", kMap, kProp, kOp) {}
     void Connect(const CRef& map) {
         CValueArray list;
         list.Add(CValue(map));
         ASSERT_EQ(Run(L"Orbelin_zrExpressionMapAddConnexionCmd", {CValue(kProp.c_str()), CValue(list)}), CStatus::OK);
     }
-    void Set(const std::wstring& param, const CValue& v) { ASSERT_EQ(host.SetValue(kProp + L"." + param, v), CStatus::OK); }
-    CValue Get(const std::wstring& param) {
-        CValue v;
-        host.GetValue(kProp + L"." + param, v);
-        return v;
-    }
-    W Weights() {
-        CDoubleArray w = ClusterProperty(host.Find(kMap)).GetElements().GetArray();
-        return W(w.GetArray(), w.GetArray() + w.GetCount());
-    }
-    LONG Connexions() { return Operator(host.Find(kOp)).GetNumInstancesInGroup(3); }
-    std::wstring Page() {
-        bool cancelled = false;
-        host.InspectObj(host.Find(kProp), siRecycle, cancelled);
-        return host.DescribePage(host.Find(kProp));
-    }
-    void Press(const std::wstring& button) { ASSERT_EQ(host.PressButton(host.Find(kProp), button), CStatus::OK); }
-    std::vector<std::wstring> LogSince(size_t from) {
-        std::vector<std::wstring> out;
-        const auto& entries = host.GetLog().entries();
-        for (size_t i = from; i < entries.size(); ++i) out.push_back(entries[i].text);
-        return out;
-    }
+    LONG Connexions() { return ConnexionsIn(3); }
 };
-
-void ExpectWeights(const W& got, const W& want) {
-    ASSERT_EQ(got.size(), want.size());
-    for (size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(got[i], want[i], 1e-12) << "element " << i;
-}
 
 TEST_F(ExpressionTest, ThePropertyHoldsItsFixedParametersThenThirtyPairs) {
     CParameterRefArray params = CustomProperty(host.Find(kProp)).GetParameters();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "scene/host.h"
+#include "tool_session.h"
 #include "scene/operators.h"
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
@@ -20,43 +21,12 @@ namespace {
 const std::wstring kMap = L"m.polymsh.cls.WeightMapCls.MixWeightMap";
 const std::wstring kProp = kMap + L"_MixMap";
 const std::wstring kOp = kMap + L".zrMixMapOp";
-using W = std::vector<double>;
+using tooltest::W;
 
-struct MixTest : ::testing::Test {
-    standin::Host host{std::filesystem::temp_directory_path()};
-    CRef mesh;
+using tooltest::ExpectWeights;
 
-    MixTest() {
-        host.GetLog().SetEcho(false);
-        EXPECT_EQ(host.LoadPlugin(ORBELIN_PLUGIN_PATH), CStatus::OK);
-        mesh = host.CreatePolyMesh(L"m", standin::mesh::PolyMesh::Build({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {0, 4},
-                                                                        {0, 1, 2, 3}));
-        host.Select({mesh});
-        EXPECT_EQ(Run(L"Orbelin_zrMixMapApplyCmd", {}), CStatus::OK);
-    }
-    CStatus Run(const std::wstring& command, std::vector<CValue> values) {
-        CValueArray args;
-        for (const CValue& v : values) args.Add(v);
-        CValue ret;
-        return host.ExecuteCommand(command, args, ret);
-    }
-    // A weight map with these weights on `on` (the mesh, or one of its clusters).
-    CRef Source(const W& weights, const CRef& on = CRef()) {
-        CValueArray args(3);
-        args[1] = CValue(on.IsValid() ? on : mesh);
-        args[2] = CValue(L"Src");
-        CValue ret;
-        EXPECT_EQ(host.ExecuteCommand(L"CreateWeightMap", args, ret), CStatus::OK);
-        const CValueArray& made = ret;
-        CRef map(made[0]);
-        Put(map, weights);
-        return map;
-    }
-    void Put(const CRef& map, const W& weights) {
-        CDoubleArray a;
-        for (double v : weights) a.Add(v);
-        ASSERT_EQ(ClusterProperty(map).GetElements().PutArray(a), CStatus::OK);
-    }
+struct MixTest : tooltest::ToolSession {
+    MixTest() : ToolSession({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, L"Orbelin_zrMixMapApplyCmd", kMap, kProp, kOp) {}
     // A weight map given to the command is asked for again with a pick (the command takes given
     // 3D objects and primitives only), so the user's answer is queued first.
     void Connect(const CRef& object) {
@@ -64,28 +34,8 @@ struct MixTest : ::testing::Test {
         ASSERT_EQ(Run(L"Orbelin_zrMixMapAddConnexionCmd", {CValue(kProp.c_str()), CValue(object)}), CStatus::OK);
         EXPECT_TRUE(host.PickQueue().empty());
     }
-    void Set(const std::wstring& param, const CValue& v) { ASSERT_EQ(host.SetValue(kProp + L"." + param, v), CStatus::OK); }
-    CValue Get(const std::wstring& param) {
-        CValue v;
-        host.GetValue(kProp + L"." + param, v);
-        return v;
-    }
-    W Weights() {
-        CDoubleArray w = ClusterProperty(host.Find(kMap)).GetElements().GetArray();
-        return W(w.GetArray(), w.GetArray() + w.GetCount());
-    }
-    LONG Connexions() { return Operator(host.Find(kOp)).GetNumInstancesInGroup(2); }
-    std::wstring Page() {
-        bool cancelled = false;
-        host.InspectObj(host.Find(kProp), siRecycle, cancelled);
-        return host.DescribePage(host.Find(kProp));
-    }
+    LONG Connexions() { return ConnexionsIn(2); }
 };
-
-void ExpectWeights(const W& got, const W& want) {
-    ASSERT_EQ(got.size(), want.size());
-    for (size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(got[i], want[i], 1e-12) << "element " << i;
-}
 
 const W kA{0.2, 0.4, 0.6, 0.8};
 const W kB{1.0, 0.5, 0.0, -0.5};
