@@ -3,6 +3,7 @@
 #include <tiny_gltf.h>
 
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include <cmath>
@@ -43,7 +44,6 @@ void Check(const GltfMesh& mesh) {
     for (const GltfAttribute& a : mesh.attributes) {
         if (a.values.size() != points)
             throw fail("attribute '" + a.name + "' has " + std::to_string(a.values.size()) + " values for " + std::to_string(points) + " points");
-        if (a.name.empty()) throw fail("an attribute has no name");
     }
     if (!mesh.colours.empty() && mesh.colours.size() != 3 * points) throw fail("colours are not three per point");
 }
@@ -131,8 +131,10 @@ struct GltfFile::Impl {
 GltfFile::GltfFile(std::vector<GltfMeshShape> meshes) : m_impl(std::make_unique<Impl>()) {
     size_t size = 0;
     for (const GltfMeshShape& m : meshes) {
+        std::set<std::string> names{"POSITION", "COLOR_0"};
         for (const std::string& name : m.attributes)
-            if (name.empty()) throw std::invalid_argument("glTF mesh '" + m.name + "': an attribute has no name");
+            if (name.empty() || !names.insert(name).second)
+                throw std::invalid_argument("glTF mesh '" + m.name + "': an attribute without a name, or two named '" + name + "'");
         // Counted in doubles so that no product overflows before the comparison.
         const double bytes = 4.0 * (static_cast<double>(m.points) * (3.0 + static_cast<double>(m.attributes.size()) + (m.colours ? 3.0 : 0.0)) +
                                     3.0 * static_cast<double>(m.triangles));
@@ -151,14 +153,14 @@ GltfFile::GltfFile(std::vector<GltfMeshShape> meshes) : m_impl(std::make_unique<
         if (!Identity(m.matrix)) node.matrix.assign(m.matrix.begin(), m.matrix.end());
         if (!m.extras.empty()) node.extras = Extras(m.extras);
         Impl::Accessors a;
+        a.attributes.assign(m.attributes.size(), -1);  // a mesh without points has empty arrays
         if (m.points > 0) {
             tinygltf::Primitive primitive;
             a.positions = d.Add(m.points, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_VEC3, 3, kArrayBuffer);
             primitive.attributes["POSITION"] = a.positions;
-            for (const std::string& name : m.attributes) {
-                a.attributes.push_back(d.Add(m.points, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_SCALAR, 1, kArrayBuffer));
-                primitive.attributes[name] = a.attributes.back();
-            }
+            for (size_t i = 0; i < m.attributes.size(); ++i)
+                primitive.attributes[m.attributes[i]] = a.attributes[i] =
+                    d.Add(m.points, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_SCALAR, 1, kArrayBuffer);
             if (m.colours) primitive.attributes["COLOR_0"] = a.colours = d.Add(m.points, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_VEC3, 3, kArrayBuffer);
             primitive.mode = m.triangles > 0 ? kTriangles : kPoints;
             if (m.triangles > 0)

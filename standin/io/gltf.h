@@ -60,8 +60,8 @@ struct GltfMeshShape {
 
 class GltfFile {
 public:
-    // Throws std::invalid_argument for a shape without a name for an attribute, or more than
-    // 4 GiB of data.
+    // Throws std::invalid_argument for an attribute without a name or with the name of
+    // another (POSITION and COLOR_0 included), or more than 4 GiB of data.
     explicit GltfFile(std::vector<GltfMeshShape> meshes);
     ~GltfFile();
     GltfFile(const GltfFile&) = delete;

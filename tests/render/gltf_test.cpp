@@ -85,6 +85,7 @@ TEST_F(Gltf, MeshesWithoutTrianglesOrPointsAndSeveralMeshes) {
     points.attributes.push_back({"_WEIGHT_w", {0.5f, 0.25f}});
     GltfMesh empty;
     empty.name = "nothing";
+    empty.attributes.push_back({"_WEIGHT_w", {}});
     doc.meshes = {points, empty, Quads()};
     WriteGltf(dir / "mixed.glb", doc);
     const tinygltf::Model model = gltf_read::Load(dir / "mixed.glb");
@@ -114,6 +115,11 @@ TEST_F(Gltf, BadDocumentsAndUnwritablePlacesLeaveNoFile) {
     GltfMesh badIndex = Quads();
     badIndex.triangles[4] = 6;
     EXPECT_THROW(WriteGltf(dir / "b.glb", GltfDocument{{badIndex}, {}}), std::invalid_argument);
+    GltfMesh twice = Quads();
+    twice.attributes[1].name = "_WEIGHT_a";
+    EXPECT_THROW(WriteGltf(dir / "d.glb", GltfDocument{{twice}, {}}), std::invalid_argument);
+    twice.attributes[1].name = "POSITION";
+    EXPECT_THROW(WriteGltf(dir / "d.glb", GltfDocument{{twice}, {}}), std::invalid_argument);
     GltfMesh badColours = Quads();
     badColours.colours.resize(17);
     EXPECT_THROW(WriteGltf(dir / "c.glb", GltfDocument{{badColours}, {}}), std::invalid_argument);
