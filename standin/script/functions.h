@@ -35,6 +35,10 @@ using XSI::CValueArray;
 // The host the running script drives (set by the interpreter for the length of a run).
 extern Host* g_host;
 
+// Whether Ctrl-C was pressed during the running script: for functions that loop long in the
+// host, where the script's own stop comes only once they return.
+bool Interrupted();
+
 struct ScriptError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -261,6 +261,9 @@ std::vector<std::filesystem::path> ExportGltf(Host& host, const GltfExportReques
             exportAt(current, whole ? GltfFrameFile(file, *whole, false) : file);
         }
         for (int frame : frames) {
+            if (request.keepGoing && !request.keepGoing())
+                throw std::runtime_error("ExportGLTF: stopped before frame " + std::to_string(frame) + ", after " + std::to_string(written.size()) +
+                                         " of " + std::to_string(frames.size()) + " files");
             host.SetFrame(frame);
             exportAt(frame, GltfFrameFile(file, frame, several));
         }

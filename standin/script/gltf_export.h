@@ -20,6 +20,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,6 +38,9 @@ struct GltfExportRequest {
     std::string colourMap = "perceptual";  // or "diverging"
     std::string colourBy;                  // a weight map path; empty: each mesh's first map
     double rangeMin = 0.0, rangeMax = 1.0;
+    // Asked before each frame: false stops the export there (std::runtime_error; the files of
+    // the frames before stay).
+    std::function<bool()> keepGoing;
 };
 
 // The files written, in frame order. Throws std::invalid_argument with a message naming what

@@ -120,6 +120,8 @@ int Run(Host& host, std::ostream& err, const ScriptGlobals& globals, const std::
 
 }  // namespace
 
+bool scripting::Interrupted() { return g_interrupted != 0; }
+
 int RunScript(Host& host, const std::filesystem::path& script, std::ostream& err, const ScriptGlobals& globals) {
     std::ifstream in(script, std::ios::binary);
     if (!in) {

@@ -194,6 +194,7 @@ int ExportGLTF(lua_State* L) {
     return Safe(L, [](lua_State* L) {
         GltfExportRequest request = ExportOptions(L, 2);
         request.file = ArgString(L, 1, "a file name");
+        request.keepGoing = [] { return !Interrupted(); };
         const std::vector<std::filesystem::path> files = ExportGltf(*g_host, request);
         lua_createtable(L, static_cast<int>(files.size()), 0);
         for (size_t i = 0; i < files.size(); ++i) {

@@ -11,6 +11,7 @@
 
 #include "../render/gltf_read.h"
 #include "core/text.h"
+#include "script/gltf_export.h"
 #include "support.h"
 
 namespace {
@@ -152,6 +153,17 @@ TEST_F(GltfExport, WhatCannotBeExportedIsRefusedAndNothingWritten) {
         EXPECT_NE(err.str().find(message), std::string::npos) << code << "\n" << err.str();
     }
     EXPECT_FALSE(fs::exists(dir / "x.glb"));
+
+    // Stopped between frames (Ctrl-C during a script): the files of the frames before stay.
+    standin::GltfExportRequest request;
+    request.file = dir / "stop_#.glb";
+    request.objects = {"grid"};
+    request.frames = {1, 2, 3, 4};
+    int asked = 0;
+    request.keepGoing = [&] { return ++asked <= 2; };
+    EXPECT_THROW(standin::ExportGltf(host, request), std::runtime_error);
+    EXPECT_TRUE(fs::exists(dir / "stop_1.glb") && fs::exists(dir / "stop_2.glb"));
+    EXPECT_FALSE(fs::exists(dir / "stop_3.glb"));
 }
 
 }  // namespace
