@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -94,7 +95,9 @@ standin::ScriptGlobals FrameGlobals(const std::optional<orbelin::app::FrameRange
     return {{"FIRST_FRAME", static_cast<double>(frames->first)}, {"LAST_FRAME", static_cast<double>(frames->last)}};
 }
 
-int Run(const fs::path& script, const fs::path& project, const fs::path& plugin, const standin::ScriptGlobals& globals) {
+// Runs the script in a host on the project folder, then `after` (if any) on that host.
+int Run(const fs::path& script, const fs::path& project, const fs::path& plugin, const standin::ScriptGlobals& globals,
+        const std::function<int(standin::Host&)>& after = {}) {
     if (!fs::is_directory(project)) {
         std::cerr << "orbelin: no project folder at " << project.string() << "\n";
         return 1;
@@ -103,7 +106,8 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin,
     host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
     if (!Load(host, plugin)) return 1;
     fs::path file = script.is_absolute() || fs::exists(script) ? script : fs::absolute(project) / script;
-    return standin::RunScript(host, file, std::cerr, globals);
+    if (int rc = standin::RunScript(host, file, std::cerr, globals); rc != 0 || !after) return rc;
+    return after(host);
 }
 
 // Runs the script, then exports what `request` asks for over `range` (the frame the script
@@ -114,19 +118,12 @@ int Export(const fs::path& script, const fs::path& project, const fs::path& plug
         std::cerr << "orbelin: export frames must lie within -999999 to 999999\n";
         return 1;
     }
-    if (!fs::is_directory(project)) {
-        std::cerr << "orbelin: no project folder at " << project.string() << "\n";
-        return 1;
-    }
-    standin::Host host(fs::absolute(project));
-    host.Progress().SetDrawing(isatty(STDERR_FILENO) != 0);
-    if (!Load(host, plugin)) return 1;
-    fs::path file = script.is_absolute() || fs::exists(script) ? script : fs::absolute(project) / script;
-    if (int rc = standin::RunScript(host, file, std::cerr, FrameGlobals(range)); rc != 0) return rc;
-    if (range)
-        for (int f = range->first; f <= range->last; ++f) request.frames.push_back(f);
-    for (const fs::path& written : standin::ExportGltf(host, request)) std::cout << written.string() << "\n";
-    return 0;
+    return Run(script, project, plugin, FrameGlobals(range), [&](standin::Host& host) {
+        if (range)
+            for (int f = range->first; f <= range->last; ++f) request.frames.push_back(f);
+        for (const fs::path& written : standin::ExportGltf(host, request)) std::cout << written.string() << "\n";
+        return 0;
+    });
 }
 
 // The examples the demo runs, in order, each writing into its own folder under the output
