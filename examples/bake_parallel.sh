@@ -84,6 +84,10 @@ done
 echo "bake_parallel: frames $first to $last in $chunks chunk(s): ${ranges[*]}" >&2
 # The command is quoted here, once; parallel quotes the range it puts in place of {}.
 command="$(printf '%q ' "$orbelin" run "$script") --frames {}"
+# That quoting is bash's, so bash runs the command. Left to itself parallel takes the user's
+# $SHELL, and with one it cannot run (empty, not installed) its jobs on other machines do
+# nothing and it still ends with status 0.
+export PARALLEL_SHELL="${PARALLEL_SHELL:-$BASH}"
 status=0
 parallel --tag "$@" "$command" ::: "${ranges[@]}" || status=$?
 # parallel's status: the number of jobs that failed (1 to 100), 101 for more, 255 for its own errors.

@@ -53,10 +53,12 @@ struct Bake : ::testing::Test {
     }
     ~Bake() override { fs::remove_all(dir); }
     // Runs `command` in `folder` (made first), with a home of the test's own for parallel's
-    // files; its exit status, its output in `log`.
+    // files and a login shell that cannot run (as on machines where $SHELL is empty or names
+    // a shell not installed: parallel must not depend on it); its exit status, its output in `log`.
     int RunIn(const fs::path& folder, const std::string& command) {
         fs::create_directories(folder);
-        return scripttest::RunCommand("cd " + ShellQuoted(folder.string()) + " && HOME=" + ShellQuoted((dir / "home").string()) + " " + command,
+        return scripttest::RunCommand("cd " + ShellQuoted(folder.string()) + " && HOME=" + ShellQuoted((dir / "home").string()) +
+                                          " SHELL=/nonexistent/shell " + command,
                                       dir / "log", log);
     }
     // Bakes `frames` (all of the default range when empty) into `project`/out/bake.
