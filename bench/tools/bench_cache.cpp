@@ -22,34 +22,18 @@
 #include "scene/nodes.h"
 #include "scene/operators.h"
 #include "xsi_clusterproperty.h"
+#include "timing.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
+using orbelin::bench::Compare;
+
 constexpr size_t kWeights = 1000000;
 constexpr int kRuns = 15;
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
-
-double Seconds(const std::function<void()>& f) {
-    const auto start = std::chrono::steady_clock::now();
-    f();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// Medians of `ours` and of its baseline, run in turn so that both see the same load.
-std::pair<double, double> Compare(const std::function<void()>& ours, const std::function<void()>& baseline) {
-    std::vector<double> a, b;
-    for (int i = 0; i < kRuns; ++i) {
-        a.push_back(Seconds(ours));
-        b.push_back(Seconds(baseline));
-    }
-    return {Median(a), Median(b)};
-}
 
 struct Folder {
     fs::path path;
@@ -99,7 +83,7 @@ void BM_CacheFiles(benchmark::State& state) {
     for (auto _ : state) {
         // The same bytes, the file replaced each time, as playing over a cache does.
         const auto [write, bareWrite] =
-            Compare([&] { orbelin::cache::WriteFrameFile(a, wa); }, [&] { BareWrite(bareA, wa); });
+            Compare([&] { orbelin::cache::WriteFrameFile(a, wa); }, [&] { BareWrite(bareA, wa); }, kRuns);
         BareWrite(bareB, wb);
         orbelin::cache::WriteFrameFile(b, wb);
         if (fs::file_size(a) != fs::file_size(bareA)) std::abort();
@@ -111,14 +95,15 @@ void BM_CacheFiles(benchmark::State& state) {
             };
         };
         const auto [read, bareRead] = Compare([&] { orbelin::cache::ReadFrame(a, nullptr, 0, kWeights, allocate(into), scratch); },
-                                              [&] { BareRead(bareA, into); });
+                                              [&] { BareRead(bareA, into); }, kRuns);
         if (into != wa) std::abort();
         const auto [blend, bareBoth] =
             Compare([&] { orbelin::cache::ReadFrame(a, &b, 0.25, kWeights, allocate(blended), scratch); },
                     [&] {
                         BareRead(bareA, into);
                         BareRead(bareB, other);
-                    });
+                    },
+                    kRuns);
         for (size_t i = 0; i < kWeights; i += 9973)
             if (blended[i] != 0.75 * wa[i] + 0.25 * wb[i]) std::abort();
 
@@ -180,7 +165,7 @@ void BM_CacheOperator(benchmark::State& state) {
         const auto [replay, bareCopy] = Compare(update, [&] {
             std::copy(source.begin(), source.end(), copy.begin());
             benchmark::DoNotOptimize(copy.data());
-        });
+        }, kRuns);
         std::printf("the operator on %zu elements, medians of %d, each run in turn with its baseline:\n", source.size(), kRuns);
         Report("  replay a frame from the RAM cache (one update)", replay, "a copy of the array", bareCopy,
                "at most 2 wanted");

@@ -22,20 +22,15 @@
 #include "xsi_primitive.h"
 #include "xsi_vertex.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 namespace {
 
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
+
 constexpr int kSide = 1000;
 constexpr LONG kCropping = -3;
-
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 void BM_ClustersBorderBand(benchmark::State& state) {
     standin::Host host;

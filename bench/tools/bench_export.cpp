@@ -3,7 +3,7 @@
 //
 // Timed beside a bare fwrite of as many bytes as the file holds, in turn so that both see the
 // same load: the whole export (the map read through the object model, positions and triangles
-// gathered, the file written whole: to a temporary file that then replaces the last one), and
+// gathered, the file written whole: to a temporary file that then takes the last one's place), and
 // a document already in memory written the same way. Medians of 9; the ratios are printed on
 // lines with the word "ratio".
 #include <algorithm>
@@ -21,32 +21,17 @@
 #include "scene/host.h"
 #include "script/gltf_export.h"
 #include "script/lua_host.h"
+#include "timing.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
+using orbelin::bench::Compare;
+
 constexpr int kRuns = 9;
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
-
-double Seconds(const std::function<void()>& f) {
-    const auto start = std::chrono::steady_clock::now();
-    f();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-std::pair<double, double> Compare(const std::function<void()>& ours, const std::function<void()>& baseline) {
-    std::vector<double> a, b;
-    for (int i = 0; i < kRuns; ++i) {
-        a.push_back(Seconds(ours));
-        b.push_back(Seconds(baseline));
-    }
-    return {Median(a), Median(b)};
-}
 
 void BareWrite(const fs::path& path, const std::vector<char>& bytes) {
     std::FILE* f = std::fopen(path.c_str(), "wb");
@@ -82,7 +67,7 @@ int main() {
         const std::vector<char> bytes(size, 'x');
 
         std::printf("glTF export of a 1,002,001-point grid with one weight map: %.1f MB per file\n", static_cast<double>(size) / 1e6);
-        const auto [whole, bare] = Compare([&] { standin::ExportGltf(host, request); }, [&] { BareWrite(dir / "bare.bin", bytes); });
+        const auto [whole, bare] = Compare([&] { standin::ExportGltf(host, request); }, [&] { BareWrite(dir / "bare.bin", bytes); }, kRuns);
         std::printf("  whole export %.1f ms, fwrite of the same bytes %.1f ms: ratio %.2f (at most 2 wanted)\n", whole * 1e3, bare * 1e3,
                     whole / bare);
 
@@ -99,7 +84,7 @@ int main() {
         mesh.attributes.push_back({"_WEIGHT_Weights", std::vector<float>(1001 * 1001, 0.25f)});
         document.meshes.push_back(std::move(mesh));
         const auto [written, bare2] =
-            Compare([&] { standin::io::WriteGltf(dir / "document.glb", document); }, [&] { BareWrite(dir / "bare.bin", bytes); });
+            Compare([&] { standin::io::WriteGltf(dir / "document.glb", document); }, [&] { BareWrite(dir / "bare.bin", bytes); }, kRuns);
         std::printf("  writing alone %.1f ms, fwrite %.1f ms: ratio %.2f\n", written * 1e3, bare2 * 1e3, written / bare2);
     }
     std::error_code ec;

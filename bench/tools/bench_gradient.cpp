@@ -25,20 +25,17 @@
 #include "xsi_primitive.h"
 #include "xsi_vertex.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 
 using namespace XSI;
 using Clock = std::chrono::steady_clock;
 
 constexpr LONG kSide = 1000;  // quads along each side
-
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 struct Scene {
     standin::Host host;

@@ -21,21 +21,16 @@
 #include "xsi_geometry.h"
 #include "xsi_primitive.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 
 const std::wstring kMap = L"floor.polymsh.cls.WeightMapCls.GradientCurveWeightMap";
 const std::wstring kProp = kMap + L"_GradientCurveMap";
 constexpr int kCurves = 10;
-
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 struct Scene {
     standin::Host host;

@@ -30,8 +30,12 @@
 #include "xsi_primitive.h"
 #include "xsi_vertex.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 
 using XSI::MATH::CVector3;
 using XSI::MATH::CVector3Array;
@@ -78,15 +82,6 @@ struct Scene {
         return geometry->Positions();
     }
 };
-
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 double Length(const CVector3& a) { return std::sqrt(a.GetX() * a.GetX() + a.GetY() * a.GetY() + a.GetZ() * a.GetZ()); }
 CVector3 Sub(const CVector3& a, const CVector3& b) { return CVector3(a.GetX() - b.GetX(), a.GetY() - b.GetY(), a.GetZ() - b.GetZ()); }

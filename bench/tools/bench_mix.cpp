@@ -19,8 +19,12 @@
 #include "xsi_cluster.h"
 #include "xsi_clusterproperty.h"
 #include "xsi_siobject.h"
+#include "timing.h"
 
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 
 constexpr int kMaps = 30;
 
@@ -75,15 +79,6 @@ struct Scene {
         return standin::EvaluatedValues(*XSI::Host::As<standin::ClusterPropertyNode>(host.Find(mixed)));
     }
 };
-
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 // Reads every input through its cluster and sums them per point: what any mix has to read.
 std::vector<double> BareSum(Scene& scene, size_t points) {

@@ -36,9 +36,13 @@
 #include "xsi_geometry.h"
 #include "xsi_primitive.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 // Allocations of a megabyte or more, counted while an update runs.
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 std::atomic<bool> g_counting{false};
 std::atomic<size_t> g_bigAllocations{0};
 constexpr size_t kBig = 1 << 20;
@@ -105,10 +109,6 @@ std::vector<Point> WorldPoints(const XSI::CRef& object, double dx) {
     return out;
 }
 
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
 double ProcessCpuSeconds() {
     timespec ts{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
@@ -119,11 +119,6 @@ long MinorFaults() {
     rusage u{};
     getrusage(RUSAGE_SELF, &u);
     return u.ru_minflt;
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
 }
 
 // The tight loop: cells of the far range's size over the points, each element looking in the

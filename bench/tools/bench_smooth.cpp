@@ -25,8 +25,12 @@
 #include "xsi_primitive.h"
 #include "xsi_vertex.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 
 const std::wstring kMap = L"floor.polymsh.cls.WeightMapCls.Noise";
 const std::wstring kProp = kMap + L"_SmoothMap";
@@ -66,15 +70,6 @@ struct Scene {
     }
     void Set(const wchar_t* parameter, const XSI::CValue& value) { host.SetValue(kProp + L"." + parameter, value); }
 };
-
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 // The definition, literally: every expansion asks the object model for the vertex's neighbours.
 struct Straightforward {

@@ -25,8 +25,12 @@
 #include "xsi_userdatablob.h"
 #include "xsi_vertex.h"
 #include "xsi_x3dobject.h"
+#include "timing.h"
 
 namespace {
+
+using orbelin::bench::Median;
+using orbelin::bench::Seconds;
 
 const std::wstring kMap = L"floor.polymsh.cls.WeightMapCls.TensionWeightMap";
 const std::wstring kBlob = L"floor.TensionMapBlob";
@@ -54,15 +58,6 @@ struct Scene {
         return standin::EvaluatedValues(*XSI::Host::As<standin::ClusterPropertyNode>(host.Find(kMap)));
     }
 };
-
-double Seconds(std::chrono::steady_clock::time_point since) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
-}
-
-double Median(std::vector<double> v) {
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
 
 // The definition, literally, with the default clamp to [-1, 1].
 std::vector<double> Straightforward(const XSI::CRef& mesh, const std::vector<double>& reference) {
