@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
 #include <cerrno>
 #include <cstring>
 #include <streambuf>
@@ -87,6 +88,24 @@ int WriteAndClose(int fd, const std::function<void(std::ostream&)>& write) {
     return error;
 }
 
+// Puts `temporary` in the place of `target`, at once: 0, or the errno. An existing target is
+// swapped with the temporary, which then names the old file and is removed. A plain rename
+// over the target would do both in one call, but ext4 takes a rename over a file as the sign
+// of a replacement made without a flush and starts writing the new file out to disk there and
+// then, which for a large file costs as much as writing it. Swapped, the file goes out with the
+// system's ordinary write-back, as a file written in place does. Where a swap cannot be done
+// (a file system without it), the plain rename.
+int Replace(const std::filesystem::path& temporary, const std::filesystem::path& target, bool exists) {
+    if (exists) {
+        if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0) {
+            ::unlink(temporary.c_str());  // the old file now: what is left if this fails is only a stray copy of it
+            return 0;
+        }
+        if (errno != EINVAL && errno != ENOSYS && errno != ENOENT) return errno;
+    }
+    return ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : errno;
+}
+
 }  // namespace
 
 void WriteFileWhole(const std::filesystem::path& path, std::string_view bytes) {
@@ -142,7 +161,7 @@ void WriteFileWith(const std::filesystem::path& path, const std::function<void(s
         throw;
     }
     if (error == 0) error = written;
-    if (error == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) error = errno;
+    if (error == 0) error = Replace(temporary, target, exists);
     if (error != 0) {
         ::unlink(temporary.c_str());
         throw fail(std::strerror(error));

@@ -91,12 +91,15 @@ TEST_F(FileOut, ReplacesAFileKeepingItsPermissionsAndLinks) {
     std::ofstream(file) << "an older and longer content\n";
     ::chmod(file.c_str(), 0640);
     fs::create_symlink(file, dir / "link.csv");
+    fs::create_hard_link(file, dir / "kept.csv");
     WriteFileWhole(dir / "link.csv", "new\n");
     EXPECT_EQ(Read(file), "new\n");
+    // A new file takes the name: another name of the old one still reads the old content.
+    EXPECT_EQ(Read(dir / "kept.csv"), "an older and longer content\n");
     EXPECT_TRUE(fs::is_symlink(dir / "link.csv"));
     EXPECT_EQ(fs::status(file).permissions() & fs::perms::all, fs::perms(0640));
     WriteFileWhole(dir / "sub" / "new.csv", "");
-    EXPECT_EQ(Listing(dir), (std::vector<std::string>{"link.csv", "sub", "w.csv"}));
+    EXPECT_EQ(Listing(dir), (std::vector<std::string>{"kept.csv", "link.csv", "sub", "w.csv"}));
     EXPECT_NE(ErrorOf([&] { WriteFileWhole(dir, "x"); }).find("it is a folder"), std::string::npos);
 }
 
