@@ -93,15 +93,18 @@ int WriteAndClose(int fd, const std::function<void(std::ostream&)>& write) {
 // over the target would do both in one call, but ext4 takes a rename over a file as the sign
 // of a replacement made without a flush and starts writing the new file out to disk there and
 // then, which for a large file costs as much as writing it. Swapped, the file goes out with the
-// system's ordinary write-back, as a file written in place does. Where a swap cannot be done
-// (a file system without it), the plain rename.
+// system's ordinary write-back, as a file written in place does. Where the swap fails (a file
+// system without it, the target gone meanwhile), the plain rename, which gives the error if
+// there is one.
 int Replace(const std::filesystem::path& temporary, const std::filesystem::path& target, bool exists) {
-    if (exists) {
-        if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0) {
-            ::unlink(temporary.c_str());  // the old file now: what is left if this fails is only a stray copy of it
-            return 0;
+    if (exists && ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0) {
+        // The old file now; if its removal fails, what is left is a stray copy of it. A folder
+        // made in the target's place since it was looked at is swapped back and kept.
+        if (::unlink(temporary.c_str()) != 0 && errno == EISDIR) {
+            ::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE);
+            return EISDIR;
         }
-        if (errno != EINVAL && errno != ENOSYS && errno != ENOENT) return errno;
+        return 0;
     }
     return ::rename(temporary.c_str(), target.c_str()) == 0 ? 0 : errno;
 }
