@@ -114,8 +114,8 @@ int Run(const fs::path& script, const fs::path& project, const fs::path& plugin,
 // left without one).
 int Export(const fs::path& script, const fs::path& project, const fs::path& plugin, const std::optional<orbelin::app::FrameRange>& range,
            standin::GltfExportRequest request) {
-    if (range && (range->first < -999999 || range->last > 999999)) {
-        std::cerr << "orbelin: export frames must lie within -999999 to 999999\n";
+    if (range && (range->first < -standin::kMostExportFrame || range->last > standin::kMostExportFrame)) {
+        std::cerr << "orbelin: export frames must lie within " << -standin::kMostExportFrame << " to " << standin::kMostExportFrame << "\n";
         return 1;
     }
     return Run(script, project, plugin, FrameGlobals(range), [&](standin::Host& host) {

@@ -27,8 +27,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using orbelin::bench::Median;
-using orbelin::bench::Seconds;
 using orbelin::bench::Compare;
 
 constexpr int kRuns = 9;

@@ -205,7 +205,7 @@ void FillMesh(const MeshPlan& plan, size_t index, io::GltfFile& file, const Gltf
 
 std::string FrameText(int frame, size_t digits) {
     char text[32];
-    // Frames are within +-999999 here, so the negation cannot overflow.
+    // Frames are within +-kMostExportFrame here, so the negation cannot overflow.
     std::snprintf(text, sizeof text, "%s%0*d", frame < 0 ? "-" : "", static_cast<int>(digits), frame < 0 ? -frame : frame);
     return text;
 }
@@ -235,8 +235,9 @@ std::vector<std::filesystem::path> ExportGltf(Host& host, const GltfExportReques
         throw Refused("the colour range must be two finite numbers, the smaller first");
     std::vector<int> frames;
     for (double f : request.frames) {
-        const std::optional<int32_t> whole = WholeNumber(f, -999999, 999999);
-        if (!whole) throw Refused("frames must be whole numbers from -999999 to 999999");
+        const std::optional<int32_t> whole = WholeNumber(f, -kMostExportFrame, kMostExportFrame);
+        if (!whole)
+            throw Refused("frames must be whole numbers from " + std::to_string(-kMostExportFrame) + " to " + std::to_string(kMostExportFrame));
         frames.push_back(*whole);
     }
     const bool several = frames.size() > 1;
@@ -257,7 +258,7 @@ std::vector<std::filesystem::path> ExportGltf(Host& host, const GltfExportReques
     };
     try {
         if (frames.empty()) {
-            const std::optional<int32_t> whole = WholeNumber(current, -999999, 999999);
+            const std::optional<int32_t> whole = WholeNumber(current, -kMostExportFrame, kMostExportFrame);
             exportAt(current, whole ? GltfFrameFile(file, *whole, false) : file);
         }
         for (int frame : frames) {

@@ -29,6 +29,9 @@ namespace standin {
 
 class Host;
 
+// Frames exported lie within -kMostExportFrame to kMostExportFrame.
+constexpr int kMostExportFrame = 999999;
+
 struct GltfExportRequest {
     std::filesystem::path file;           // ends in .glb or .gltf; relative to the project
     std::vector<std::string> objects;     // object paths

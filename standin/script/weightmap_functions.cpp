@@ -127,8 +127,8 @@ std::vector<double> FrameList(lua_State* L, int t) {
     std::vector<double> frames;
     if (range) {
         if (lua_type(L, -2) != LUA_TNUMBER || lua_type(L, -1) != LUA_TNUMBER) throw ScriptError(ExportOptionError("frames", bad));
-        const int32_t first = Whole(lua_tonumber(L, -2), "ExportGLTF", "frames.first", -999999, 999999);
-        const int32_t last = Whole(lua_tonumber(L, -1), "ExportGLTF", "frames.last", -999999, 999999);
+        const int32_t first = Whole(lua_tonumber(L, -2), "ExportGLTF", "frames.first", -kMostExportFrame, kMostExportFrame);
+        const int32_t last = Whole(lua_tonumber(L, -1), "ExportGLTF", "frames.last", -kMostExportFrame, kMostExportFrame);
         if (last < first) throw ScriptError(ExportOptionError("frames", "has its last frame before its first"));
         for (int32_t f = first; f <= last; ++f) frames.push_back(f);
     }
